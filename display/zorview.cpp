@@ -1,0 +1,3 @@
+#include "zorview_main.h"
+
+int main(int argc, char **argv) { return zorview_main(argc, argv); }

@@ -1,0 +1,15 @@
+// Everything of zorview that needs no X server.
+#ifndef ZOR_H
+#define ZOR_H
+
+#include "zor_types.h"
+#include "zor_exit.h"
+#include "zor_alloc.h"
+#include "zor_text.h"
+#include "zor_matrix.h"
+#include "zor_geometry.h"
+#include "zor_header.h"
+#include "zor_stack.h"
+#include "zor_display_state.h"
+
+#endif

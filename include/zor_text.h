@@ -1,0 +1,27 @@
+// Line readers, small text helpers and the command-line and list parsers.
+#ifndef ZOR_TEXT_H
+#define ZOR_TEXT_H
+
+#include <cstdio>
+
+int is_upper_case(int c);
+int to_lower_case(int c);  // adds 32 unconditionally: test first
+void convert_to_lower(char *string);
+char *next_non_white(char *ptr);
+const char *next_non_white(const char *ptr);
+
+// One line of at most 1023 characters, newline kept. `size` is ignored:
+// every buffer handed in holds 1024 characters. Null at end of file.
+char *get_line(FILE *stream, char *buffer, int size);
+// The same, cut at the first '#'.
+char *get_line_with_comment(FILE *stream, char *buffer, int size);
+
+// Option scanner over one argument list; see my_getopt_reset.
+int my_getopt(int argc, char **argv, const char *option_string, int *which_arg);
+void my_getopt_reset(void);
+
+// Lists such as "0,3-5,9-7,z". `selection` must hold max_number entries.
+int decode_selection_list(const char *list, int max_number, int default_all,
+                          int *number, int *selection);
+
+#endif

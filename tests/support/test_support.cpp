@@ -1,0 +1,100 @@
+#include "test_support.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "zor_exit.h"
+
+namespace {
+
+[[noreturn]] void throwing_exit(int status) { throw ZorExit{status}; }
+
+std::vector<std::string> &temp_dirs() {
+  static std::vector<std::string> dirs;
+  return dirs;
+}
+
+void remove_temp_dirs() {
+  for (const auto &d : temp_dirs()) {
+    std::error_code ec;
+    std::filesystem::remove_all(d, ec);
+  }
+}
+
+// Points a standard stream's file descriptor at a temporary file.
+struct Redirect {
+  int fd;
+  int saved;
+  FILE *file;
+  explicit Redirect(int which) : fd(which) {
+    fflush(nullptr);
+    file = tmpfile();
+    saved = dup(fd);
+    dup2(fileno(file), fd);
+  }
+  std::string finish() {
+    fflush(nullptr);
+    dup2(saved, fd);
+    close(saved);
+    std::string text;
+    rewind(file);
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, file)) > 0) text.append(buf, n);
+    fclose(file);
+    return text;
+  }
+};
+
+}  // namespace
+
+int run_catching_exit(const std::function<void()> &body) {
+  zor_exit_hook previous = zor_set_exit_hook(throwing_exit);
+  int status = -1;
+  try {
+    body();
+  } catch (const ZorExit &e) {
+    status = e.status;
+  }
+  zor_set_exit_hook(previous);
+  return status;
+}
+
+Captured capture_output(const std::function<void()> &body) {
+  Redirect out(1), err(2);
+  int status = run_catching_exit(body);
+  Captured c;
+  c.err = err.finish();
+  c.out = out.finish();
+  c.exit_status = status;
+  return c;
+}
+
+std::string make_temp_dir() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "zortest.XXXXXX").string();
+  std::vector<char> buf(pattern.begin(), pattern.end());
+  buf.push_back('\0');
+  if (!mkdtemp(buf.data())) abort();
+  if (temp_dirs().empty()) atexit(remove_temp_dirs);
+  temp_dirs().push_back(buf.data());
+  return buf.data();
+}
+
+std::string write_text_file(const std::string &dir, const std::string &name,
+                            const std::string &content) {
+  return write_binary_file(dir, name, content.data(), content.size());
+}
+
+std::string write_binary_file(const std::string &dir, const std::string &name, const void *data,
+                              size_t size) {
+  std::string path = dir + "/" + name;
+  std::ofstream f(path, std::ios::binary);
+  f.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
+  return path;
+}

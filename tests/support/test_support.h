@@ -1,0 +1,34 @@
+// Helpers shared by the unit tests: catching the program's exit, capturing
+// what a call prints, and scratch folders.
+#ifndef ZOR_TEST_SUPPORT_H
+#define ZOR_TEST_SUPPORT_H
+
+#include <functional>
+#include <string>
+
+// Thrown instead of ending the process while a test's exit hook is active.
+struct ZorExit {
+  int status;
+};
+
+// Runs `body` with the exit hook installed; returns the exit status it
+// ended with, or -1 when it returned normally.
+int run_catching_exit(const std::function<void()> &body);
+
+// What `body` wrote to standard output and standard error, byte for byte.
+struct Captured {
+  std::string out;
+  std::string err;
+  int exit_status;  // -1 when body returned
+};
+Captured capture_output(const std::function<void()> &body);
+
+// A fresh empty folder under the system's temporary folder, removed at exit.
+std::string make_temp_dir();
+// Writes `content` to dir/name and returns the full path.
+std::string write_text_file(const std::string &dir, const std::string &name,
+                            const std::string &content);
+std::string write_binary_file(const std::string &dir, const std::string &name,
+                              const void *data, size_t size);
+
+#endif

@@ -1,0 +1,35 @@
+// Line readers and small character helpers shared by every text file reader.
+#include "zor_text.h"
+
+#include <cstring>
+
+int is_upper_case(int c) { return c >= 'A' && c <= 'Z'; }
+
+int to_lower_case(int c) { return c + 32; }
+
+void convert_to_lower(char *string) {
+  for (char *p = string; *p; p++)
+    if (is_upper_case(*p)) *p = static_cast<char>(to_lower_case(*p));
+}
+
+char *next_non_white(char *ptr) {
+  while (*ptr == ' ' || *ptr == '\t') ptr++;
+  return ptr;
+}
+
+const char *next_non_white(const char *ptr) {
+  while (*ptr == ' ' || *ptr == '\t') ptr++;
+  return ptr;
+}
+
+char *get_line(FILE *stream, char *buffer, int size) {
+  // Every caller's buffer is ZOR_LINE characters, whatever it passes.
+  return fgets(buffer, 1024, stream);
+}
+
+char *get_line_with_comment(FILE *stream, char *buffer, int size) {
+  if (!get_line(stream, buffer, size)) return nullptr;
+  char *mark = strchr(buffer, '#');
+  if (mark) *mark = '\0';
+  return buffer;
+}
