@@ -1,0 +1,146 @@
+// Storage of a stack's volumes and the one way to read a voxel value,
+// whatever the data type.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "zor_alloc.h"
+#include "zor_complex.h"
+#include "zor_display_state.h"
+#include "zor_exit.h"
+#include "zor_stack.h"
+
+namespace {
+
+// Volumes start cleared, so that a voxel no file fills reads as 0. Large
+// blocks come from calloc as fresh pages, which costs nothing extra.
+template <typename T>
+T *cleared_vector(int count, const char *message) {
+  if (count < 0) alloc_error(message);
+  void *p = calloc(count > 0 ? static_cast<size_t>(count) : 1, sizeof(T));
+  if (!p) alloc_error(message);
+  return static_cast<T *>(p);
+}
+
+template <typename T>
+T **volume_table(int nt, int n3d) {
+  T **table = cleared_vector<T *>(nt, "Allocation error in allocate_stack_data().");
+  for (int t = 0; t < nt; t++) table[t] = cleared_vector<T>(n3d, "Allocation error in allocate_stack_data().");
+  return table;
+}
+
+template <typename T>
+void free_volume_table(T **&table, int nt) {
+  if (!table) return;
+  for (int t = 0; t < nt; t++) free(table[t]);
+  free(table);
+  table = nullptr;
+}
+
+}  // namespace
+
+int values_per_voxel(int data_type) {
+  if (data_type == DATA_VECTOR) return 3;
+  if (data_type == DATA_COMPLEX || data_type == DATA_MAGNITUDE_PHASE) return 2;
+  return 1;
+}
+
+void allocate_stack_data(int nt, int n3d, data_stack *stack) {
+  stack->nt = nt;
+  stack->n3d = n3d;
+  stack->npts_volume = n3d * values_per_voxel(stack->data_type);
+  stack->Volume = nullptr;
+  stack->fcVolume = nullptr;
+  stack->v3Volume = nullptr;
+  switch (stack->data_type) {
+    case DATA_MAGNITUDE: stack->Volume = volume_table<float>(nt, n3d); break;
+    case DATA_COMPLEX:
+    case DATA_MAGNITUDE_PHASE: stack->fcVolume = volume_table<FCOMPLEX>(nt, n3d); break;
+    case DATA_VECTOR: stack->v3Volume = volume_table<POINT3D>(nt, n3d); break;
+    default: break;
+  }
+}
+
+void free_stack_data(int nt, data_stack *stack) {
+  free_volume_table(stack->Volume, nt);
+  free_volume_table(stack->fcVolume, nt);
+  free_volume_table(stack->v3Volume, nt);
+}
+
+float stack_data_4d(const data_stack *stack, int display_data_type, int ispace, int itime) {
+  if (ispace < 0 || ispace >= stack->n3d) {
+    printf("Programming error: space index (%d) out of range (%d) in stack_data_4d\n", ispace,
+           stack->n3d);
+    fflush(stdout);
+    zor_exit(1);
+  }
+  if (itime < 0 || itime >= stack->nt) {
+    printf("Programming error: time index (%d) out of range (%d) in stack_data_4d\n", itime,
+           stack->nt);
+    fflush(stdout);
+    zor_exit(1);
+  }
+  switch (stack->data_type) {
+    case DATA_MAGNITUDE:
+      return stack->Volume[itime][ispace];
+    case DATA_COMPLEX: {
+      const FCOMPLEX v = stack->fcVolume[itime][ispace];
+      if (display_data_type == 0) return compute_amplitude(v);
+      if (display_data_type == 1) return static_cast<float>(compute_phase(v) * 57.29577950560105);
+      if (display_data_type == 2) return v.real;
+      return v.imag;
+    }
+    case DATA_MAGNITUDE_PHASE: {
+      const FCOMPLEX v = stack->fcVolume[itime][ispace];
+      if (display_data_type == 0) return v.real;
+      if (display_data_type == 1) return v.imag;
+      if (display_data_type == 2) return static_cast<float>(v.real * cos(v.imag));
+      return static_cast<float>(v.real * sin(v.imag));
+    }
+    case DATA_VECTOR: {
+      const POINT3D v = stack->v3Volume[itime][ispace];
+      if (display_data_type < 1)
+        return static_cast<float>(sqrt(static_cast<double>(v.x) * v.x +
+                                       static_cast<double>(v.y) * v.y +
+                                       static_cast<double>(v.z) * v.z));
+      if (display_data_type == 1) return v.x;
+      if (display_data_type == 2) return v.y;
+      if (display_data_type == 3) return v.z;
+      return 0.0f;
+    }
+    default:
+      return 0.0f;
+  }
+}
+
+float stack_data_4d_voxel(const data_stack *stack, int display_data_type, IPOINT3D voxel,
+                          int itime) {
+  return stack_data_4d(stack, display_data_type, index3d(voxel.x, voxel.y, voxel.z), itime);
+}
+
+namespace {
+bool inside_shown_stack(int x, int y, int z) {
+  const data_stack *s = mosaic.stack;
+  return s && x >= 0 && x < s->dim.x && y >= 0 && y < s->dim.y && z >= 0 && z < s->dim.z;
+}
+}  // namespace
+
+int index3d(int ix, int iy, int iz) {
+  if (!inside_shown_stack(ix, iy, iz)) {
+    puts("Programming error: index out of range in index3d.");
+    printf("(x,y,z) = (%d,%d,%d)\n", ix, iy, iz);
+    zor_exit(1);
+  }
+  const IPOINT3D dim = mosaic.stack->dim;
+  return ix + dim.x * iy + dim.x * dim.y * iz;
+}
+
+int voxel3D_to_1D(IPOINT3D voxel) {
+  if (!inside_shown_stack(voxel.x, voxel.y, voxel.z)) {
+    puts("Programming error: index out of range in voxel3D_to_1D");
+    printf("(i,j,k) = (%d,%d,%d)\n", voxel.x, voxel.y, voxel.z);
+    zor_exit(1);
+  }
+  const IPOINT3D dim = mosaic.stack->dim;
+  return voxel.x + dim.x * voxel.y + dim.x * dim.y * voxel.z;
+}
