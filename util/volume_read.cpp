@@ -200,8 +200,8 @@ int check_stack_file(const data_stack *stack, const file_list *node) {
   }
   const long offset = data_offset(h, node->file_name);
   if (offset < 0) seek_failure(offset, node->file_name);
-  const long long need = offset + static_cast<long long>(node->nt) * stack->npts_volume *
-                                      storage_bytes(h.storage_type);
+  const long long values = static_cast<long long>(stack->n3d) * values_per_voxel(stack->data_type);
+  const long long need = offset + node->nt * values * storage_bytes(h.storage_type);
   if (measured && size < need && storage_bytes(h.storage_type) > 0) {
     printf("Error reading the data from file %s\n", node->file_name);
     return 1;
