@@ -11,7 +11,7 @@ import numpy as np
 import nibabel as nib
 
 BINARY_DIR = os.environ.get("ZOR_BINARY_DIR", "build")
-TOOL = os.path.join(BINARY_DIR, "tests", "stack_dump")
+TOOL = os.path.abspath(os.path.join(BINARY_DIR, "tests", "stack_dump"))
 
 # NIfTI datatype -> (numpy type in this machine's order, bytes, data_type or None)
 SUPPORTED = {
