@@ -59,6 +59,8 @@ int check_stack_file(const data_stack *stack, const file_list *node);
 
 // Stored values per voxel: 1, 2 for complex and magnitude-phase, 3 for vectors.
 int values_per_voxel(int data_type);
+// The volumes of a stack lie in one cleared block, entry 0 of the table at
+// its start: release them only with free_stack_data.
 void allocate_stack_data(int nt, int n3d, data_stack *stack);
 void free_stack_data(int nt, data_stack *stack);
 // Smooths the stack onto a grid of new_dim_xy by new_dim_xy by new_dim_z

@@ -2,7 +2,10 @@
 // whatever the data type.
 #include <cmath>
 #include <cstdio>
+#include <cstdint>
 #include <cstdlib>
+
+#include <sys/mman.h>
 
 #include "zor_alloc.h"
 #include "zor_complex.h"
@@ -12,27 +15,39 @@
 
 namespace {
 
-// Volumes start cleared, so that a voxel no file fills reads as 0. Large
-// blocks come from calloc as fresh pages, which costs nothing extra.
-template <typename T>
-T *cleared_vector(int count, const char *message) {
-  if (count < 0) alloc_error(message);
-  void *p = calloc(count > 0 ? static_cast<size_t>(count) : 1, sizeof(T));
-  if (!p) alloc_error(message);
-  return static_cast<T *>(p);
+const size_t HUGE_PAGE = size_t{2} << 20;
+
+// All volumes of a stack lie in one block, cleared, and the table points
+// into it. A large block comes from calloc as fresh pages, which costs no
+// clearing, and is offered huge pages: a 4-D run then takes a few hundred
+// page faults instead of hundreds of thousands.
+void *cleared_block(size_t count, size_t size) {
+  void *p = calloc(count > 0 ? count : 1, size);
+  if (!p) alloc_error("Allocation error in allocate_stack_data().");
+  const size_t bytes = count * size;
+  if (bytes >= 4 * HUGE_PAGE) {
+    const uintptr_t start = (reinterpret_cast<uintptr_t>(p) + HUGE_PAGE - 1) & ~(HUGE_PAGE - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + bytes) & ~(HUGE_PAGE - 1);
+    if (end > start) madvise(reinterpret_cast<void *>(start), end - start, MADV_HUGEPAGE);
+  }
+  return p;
 }
 
 template <typename T>
 T **volume_table(int nt, int n3d) {
-  T **table = cleared_vector<T *>(nt, "Allocation error in allocate_stack_data().");
-  for (int t = 0; t < nt; t++) table[t] = cleared_vector<T>(n3d, "Allocation error in allocate_stack_data().");
+  if (nt < 0 || n3d < 0) alloc_error("Allocation error in allocate_stack_data().");
+  T **table = static_cast<T **>(calloc(nt > 0 ? nt : 1, sizeof(T *)));
+  if (!table) alloc_error("Allocation error in allocate_stack_data().");
+  if (nt == 0) return table;
+  T *block = static_cast<T *>(cleared_block(static_cast<size_t>(nt) * n3d, sizeof(T)));
+  for (int t = 0; t < nt; t++) table[t] = block + static_cast<size_t>(t) * n3d;
   return table;
 }
 
 template <typename T>
 void free_volume_table(T **&table, int nt) {
   if (!table) return;
-  for (int t = 0; t < nt; t++) free(table[t]);
+  if (nt > 0) free(table[0]);
   free(table);
   table = nullptr;
 }

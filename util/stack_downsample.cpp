@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "zor_alloc.h"
@@ -81,14 +82,11 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
   const int nt = stack->nt;
   const bool real_data = stack->data_type == DATA_MAGNITUDE;
 
-  std::vector<float *> new_real;
-  std::vector<FCOMPLEX *> new_complex;
-  for (int t = 0; t < nt; t++) {
-    if (real_data)
-      new_real.push_back(float_vector(new_n3d));
-    else
-      new_complex.push_back(fcomplex_vector(new_n3d));
-  }
+  // The result block, for all time points at once.
+  data_stack result;
+  memset(&result, 0, sizeof result);
+  result.data_type = real_data ? DATA_MAGNITUDE : DATA_COMPLEX;
+  allocate_stack_data(nt, new_n3d, &result);
 
   // Both grids are centred on the same point for the resampling.
   const POINT3D saved_origin = stack->origin;
@@ -104,7 +102,7 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
   for (int t = 0; t < nt; t++) {
     if (stack->data_type == DATA_VECTOR) {
       puts("Error: cannot current downsample vector data");
-      for (FCOMPLEX *v : new_complex) free_fcomplex_vector(v);
+      free_stack_data(nt, &result);
       return 1;
     }
     int inew = 0;
@@ -118,13 +116,13 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
           const AxisWeights wz = axis_weights(clamp_position(p.z), half_width.z, ratio.z, old_dim.z);
           if (real_data) {
             const float *old = stack->Volume[t];
-            new_real[t][inew] = static_cast<float>(
+            result.Volume[t][inew] = static_cast<float>(
                 weighted_mean(wx, wy, wz, old_dim, [old](int i) { return old[i]; }));
           } else {
             const FCOMPLEX *old = stack->fcVolume[t];
-            new_complex[t][inew].real = static_cast<float>(
+            result.fcVolume[t][inew].real = static_cast<float>(
                 weighted_mean(wx, wy, wz, old_dim, [old](int i) { return old[i].real; }));
-            new_complex[t][inew].imag = static_cast<float>(
+            result.fcVolume[t][inew].imag = static_cast<float>(
                 weighted_mean(wx, wy, wz, old_dim, [old](int i) { return old[i].imag; }));
           }
         }
@@ -147,17 +145,8 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
   stack->n4d = static_cast<int>(static_cast<unsigned>(nt) * static_cast<unsigned>(new_n3d));
   stack->npts_volume = real_data ? new_n3d : 2 * new_n3d;
 
-  // Each time point keeps a vector of its own, so free_stack_data can
-  // release a downsampled stack like any other.
   free_stack_data(nt, stack);
-  if (real_data) {
-    stack->Volume = static_cast<float **>(malloc(std::max(nt, 1) * sizeof(float *)));
-    if (!stack->Volume) alloc_error("Allocation error in downsample_stack().");
-    for (int t = 0; t < nt; t++) stack->Volume[t] = new_real[t];
-  } else {
-    stack->fcVolume = static_cast<FCOMPLEX **>(malloc(std::max(nt, 1) * sizeof(FCOMPLEX *)));
-    if (!stack->fcVolume) alloc_error("Allocation error in downsample_stack().");
-    for (int t = 0; t < nt; t++) stack->fcVolume[t] = new_complex[t];
-  }
+  stack->Volume = result.Volume;
+  stack->fcVolume = result.fcVolume;
   return 0;
 }
