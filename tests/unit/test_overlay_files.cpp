@@ -108,6 +108,14 @@ TEST_F(OverlayFileRead, NodeRefusesMoreEntriesThanVoxels) {
   EXPECT_EQ(node->npts, 24);
 }
 
+TEST_F(OverlayFileRead, MapThatWasNeverSetUpIsAProgrammingError) {
+  overlay_map_reset();
+  write_text_file(dir, "a.ovl", "1 1 1\n");
+  Captured c = capture_output([] { read_overlay_file("a.ovl", &ovl_root); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Programming error: overlay_map is not allocated in read_overlay_file\n");
+}
+
 TEST_F(OverlayFileRead, MissingFileIsReported) {
   Result r = read_into("nothing.ovl", &ovl_root);
   EXPECT_EQ(r.value, 1);

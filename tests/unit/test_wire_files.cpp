@@ -64,9 +64,9 @@ TEST_F(WireFiles, RoundTripGivesTheSamePoints) {
 }
 
 TEST_F(WireFiles, ReadingTwiceGivesTheWireTwice) {
-  write_text_file(dir, "w.wire", "1 2 3 1\n4 5 6 0\n");
-  EXPECT_EQ(read_wire("w.wire", &wire_root, 0).value, 0);
-  EXPECT_EQ(read_wire("w.wire", &wire_root, 0).value, 0);
+  write_text_file(dir, ".wire", "1 2 3 1\n4 5 6 0\n");
+  EXPECT_EQ(read_wire(".wire", &wire_root, 0).value, 0);
+  EXPECT_EQ(read_wire(".wire", &wire_root, 0).value, 0);
   ASSERT_EQ(wire_root.npts, 4);
   EXPECT_EQ(wire_root.control[2].point.x, 1.0f);
   EXPECT_EQ(wire_root.control[3].point.z, 6.0f);
