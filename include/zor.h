@@ -7,6 +7,7 @@
 #include "zor_alloc.h"
 #include "zor_text.h"
 #include "zor_matrix.h"
+#include "zor_special.h"
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_stack.h"
