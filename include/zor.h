@@ -11,5 +11,6 @@
 #include "zor_header.h"
 #include "zor_stack.h"
 #include "zor_display_state.h"
+#include "zor_startup.h"
 
 #endif

@@ -80,7 +80,9 @@ int check_dimensions(XD_HEADER *header) {
   return 0;
 }
 
-void print_summary(const XD_HEADER *header) {
+}  // namespace
+
+void print_volume_header_summary(const XD_HEADER *header) {
   switch (header->data_type) {
     case DATA_MAGNITUDE: printf("magnitude data, "); break;
     case DATA_COMPLEX: printf("complex data, "); break;
@@ -98,8 +100,6 @@ void print_summary(const XD_HEADER *header) {
          header->dim.z, header->nt, header->resolution.x, header->resolution.y,
          header->resolution.z, header->resolution_t);
 }
-
-}  // namespace
 
 int read_volume_header(int Verbose, const char *file_name, XD_HEADER *header) {
   set_header_defaults(file_name, header);
@@ -123,6 +123,6 @@ int read_volume_header(int Verbose, const char *file_name, XD_HEADER *header) {
   header->xyz_to_ijk = invert_mat44(header->ijk_to_xyz);
   header->fov = POINT3D{header->dim.x * header->resolution.x, header->dim.y * header->resolution.y,
                         header->dim.z * header->resolution.z};
-  if (Verbose) print_summary(header);
+  if (Verbose) print_volume_header_summary(header);
   return 0;
 }
