@@ -9,7 +9,7 @@
 #include "zor_startup.h"
 #include "zorview_main.h"
 
-char program_name[1024];
+char program_name[1024] = "zorview";
 zorview_options startup_options;
 
 void zorview_startup_reset(void) {
