@@ -117,6 +117,22 @@ TEST(NativeKeywords, DirectionOtherThanUnitIsRefused) {
   EXPECT_EQ(d.printed, "Error: allowed values for direction (1,0.5,1) are 1 and -1.\n");
 }
 
+TEST(NativeKeywords, ZeroDirectionIsRefused) {
+  XD_HEADER h = fresh_header();
+  Decoded d = decode("direction 0 1 1\n", &h);
+  EXPECT_GT(d.result, 0);
+  EXPECT_EQ(d.printed, "Error: allowed values for direction (0,1,1) are 1 and -1.\n");
+  EXPECT_EQ(h.direction.x, 1.0f);
+}
+
+TEST(NativeKeywords, IntegersAreReadAsTheCScannersReadThem) {
+  XD_HEADER h = fresh_header();
+  EXPECT_EQ(decode("x 4.7\n", &h).result, 0);
+  EXPECT_EQ(h.dim.x, 4);
+  EXPECT_EQ(decode("y +12abc\n", &h).result, 0);
+  EXPECT_EQ(h.dim.y, 12);
+}
+
 TEST(NativeKeywords, DataTypeWords) {
   XD_HEADER h = fresh_header();
   EXPECT_EQ(decode("data-type complex\n", &h).result, 0);
@@ -346,6 +362,14 @@ TEST(NativeHeaderFile, LineNumbersCountFromTheSecondKeywordLine) {
   r = read_header_file(dir, "a.bshort", "a.hdr", "x 4\n\n# note\ny 4\n   \nz 2\nt\n");
   EXPECT_EQ(r.result, 1);
   EXPECT_EQ(r.printed, "Error reading line 3 of file '" + dir + "/a.hdr'\n");
+}
+
+TEST(NativeHeaderFile, CarriageReturnsAreWhiteSpace) {
+  std::string dir = make_temp_dir();
+  Read r = read_header_file(dir, "a.bshort", "a.hdr",
+                            "x 4\r\ny 4\r\nz 2\r\nt 3\r\nstorage-type float\r\n");
+  EXPECT_EQ(r.result, 0) << r.printed;
+  EXPECT_EQ(r.header.storage_type, BFLOAT);
 }
 
 TEST(NativeHeaderFile, BlankFirstLineIsSkipped) {
