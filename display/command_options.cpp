@@ -171,8 +171,10 @@ void parse_command_options(std::vector<std::string> &myargv, int myargc) {
       puts("Program exiting.");
       zor_exit(1);
     }
-    // Model options name the option token itself in their message.
-    const char *token = rows[static_cast<size_t>(entry->value_name ? which_arg - 1 : which_arg)];
+    // The option's own token, for messages: a value stands one behind it.
+    // (For a bare word taken as an image file this is not the word, but
+    // that action has no message.)
+    const char *token = entry->value_name ? rows[static_cast<size_t>(which_arg - 1)] : optarg;
     entry->action(optarg, token);
   }
 }
