@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
 #include <filesystem>
@@ -319,6 +320,17 @@ TEST(NativeHeaderFile, ADeviceIsNoHeader) {
   Captured c = capture_output([&] { result = read_vistrel_header(path.c_str(), &h); });
   EXPECT_EQ(result, 1);
   EXPECT_EQ(c.out, "Error: cannot open vistrel file " + dir + "/z.hdr.\n");
+}
+
+TEST(NativeHeaderFile, APipeIsNoHeader) {
+  std::string dir = make_temp_dir();
+  ASSERT_EQ(mkfifo((dir + "/p.hdr").c_str(), 0600), 0);
+  XD_HEADER h = fresh_header();
+  const std::string path = dir + "/p.bshort";
+  int result = 0;
+  Captured c = capture_output([&] { result = read_vistrel_header(path.c_str(), &h); });
+  EXPECT_EQ(result, 1);
+  EXPECT_EQ(c.out, "Error: cannot open vistrel file " + dir + "/p.hdr.\n");
 }
 
 TEST(NativeHeaderFile, OldLayoutFirstLineOfFourIntegersIsAccepted) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -184,6 +185,14 @@ TEST_F(Startup, ReadProgramInitFileAppendsWords) {
   c = capture_output([&] { read_program_init_file("missing", argv, &argc); });
   EXPECT_EQ(argc, 4);
   EXPECT_EQ(c.out, "");
+}
+
+TEST_F(Startup, StartupFileThatIsAPipeIsIgnored) {
+  ASSERT_EQ(mkfifo(".vistrel", 0600), 0);
+  write(".zorview", "zorview -q\n");
+  Captured c = run({});
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Option -q not valid.\nProgram exiting.\n");
 }
 
 TEST_F(Startup, BareWordsAndDashIAreImageFiles) {
