@@ -14,5 +14,6 @@
 #include "zor_display_state.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"
+#include "zor_startup.h"
 
 #endif
