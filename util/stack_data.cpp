@@ -8,7 +8,7 @@
 #include <sys/mman.h>
 
 #include "zor_alloc.h"
-#include "zor_complex.h"
+#include "zor_special.h"
 #include "zor_display_state.h"
 #include "zor_exit.h"
 #include "zor_stack.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "zor_alloc.h"
-#include "zor_complex.h"
+#include "zor_special.h"
 #include "zor_exit.h"
 #include "zor_geometry.h"
 #include "zor_stack.h"
