@@ -3,6 +3,7 @@
 // before anything is allocated.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -455,6 +456,74 @@ TEST_F(StackLoad, StackTakesTheGeometryOfTheFiles) {
   EXPECT_EQ(image_stack.n3d, 8);
   EXPECT_EQ(image_stack.fov.x, 4.0f);
   EXPECT_NEAR(image_stack.xyz_to_ijk.m[0][0], 0.5f, 1e-7);
+}
+
+// Native files: every storage type, written in the other byte order and in
+// this machine's, gives the same values.
+TEST_F(StackLoad, NativeStorageTypesInBothByteOrders) {
+  struct Case {
+    const char *extension, *storage;
+    int size;
+  } cases[] = {{"bshort", "short", 2}, {"ushort", "unsigned-short", 2}, {"blong", "long", 4},
+               {"bfloat", "float", 4}};
+  for (const Case &c : cases) {
+    for (int other = 0; other < 2; other++) {
+      SetUp();
+      const int order = other ? 1 - machine_byte_order() : machine_byte_order();
+      write_text_file(dir, std::string("n.hdr"),
+                      "x 3\ny 1\nz 1\nt 2\nstorage-type " + std::string(c.storage) +
+                          "\nbyte-order " + std::to_string(order) + "\n");
+      std::vector<unsigned char> bytes;
+      for (int i = 0; i < 6; i++) {
+        unsigned char b[4];
+        if (c.size == 2) {
+          const int16_t v = static_cast<int16_t>(300 * i + 1);
+          memcpy(b, &v, 2);
+        } else if (std::string(c.storage) == "float") {
+          const float v = 300.5f * i + 1;
+          memcpy(b, &v, 4);
+        } else {
+          const int32_t v = 70000 * i + 1;
+          memcpy(b, &v, 4);
+        }
+        if (other) std::reverse(b, b + c.size);
+        bytes.insert(bytes.end(), b, b + c.size);
+      }
+      TestFileList files;
+      files.add(write_binary_file(dir, std::string("n.") + c.extension, bytes.data(), bytes.size()));
+      LoadResult r = load_stack(&image_stack, &files.head);
+      ASSERT_EQ(r.result, 0) << c.storage << " " << r.printed.out;
+      for (int i = 0; i < 6; i++) {
+        const float want = c.size == 2 ? 300.0f * i + 1
+                           : std::string(c.storage) == "float" ? 300.5f * i + 1
+                                                               : 70000.0f * i + 1;
+        EXPECT_EQ(image_stack.Volume[i / 3][i % 3], want) << c.storage << " " << other << " " << i;
+      }
+      TearDown();
+    }
+  }
+}
+
+TEST_F(StackLoad, NativeComplexAndVectorDataAreInterleaved) {
+  write_text_file(dir, "c.hdr", "x 2\ny 1\nz 1\nt 1\ndata-type magnitude-phase\nstorage-type float\n");
+  const float pairs[4] = {2.0f, 0.5f, 3.0f, -1.0f};
+  TestFileList files;
+  files.add(write_binary_file(dir, "c.bfloat", pairs, sizeof pairs));
+  ASSERT_EQ(load_stack(&image_stack, &files.head).result, 0);
+  EXPECT_EQ(image_stack.data_type, DATA_MAGNITUDE_PHASE);
+  EXPECT_EQ(image_stack.fcVolume[0][1].real, 3.0f);
+  EXPECT_EQ(image_stack.fcVolume[0][1].imag, -1.0f);
+  EXPECT_EQ(stack_data_4d(&image_stack, 1, 0, 0), 0.5f);
+  TearDown();
+  SetUp();
+  write_text_file(dir, "v.hdr", "x 2\ny 1\nz 1\nt 2\ndata-type vector\nstorage-type short\n");
+  const int16_t triples[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  TestFileList vfiles;
+  vfiles.add(write_binary_file(dir, "v.bshort", triples, sizeof triples));
+  ASSERT_EQ(load_stack(&image_stack, &vfiles.head).result, 0);
+  EXPECT_EQ(image_stack.v3Volume[1][1].x, 10.0f);
+  EXPECT_EQ(image_stack.v3Volume[1][1].z, 12.0f);
+  EXPECT_EQ(image_stack.v3Volume[0][1].y, 5.0f);
 }
 
 }  // namespace
