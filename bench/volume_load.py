@@ -71,9 +71,10 @@ def run_nibabel(path):
 
 
 def run_loader(program, path):
-    _, cpu, p = run_child([program, path])
+    _, _, p = run_child([program, path])
     # The program times the load itself, without its start and exit.
-    return float(p.stderr.split()[0]), cpu
+    wall, cpu = p.stderr.split()[:2]
+    return float(wall), float(cpu)
 
 
 def main():
