@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-struct NiftiSpec {
+struct NiftiFields {
   int16_t dim[8] = {3, 2, 2, 2, 1, 1, 1, 1};
   int16_t datatype = 16;
   float pixdim[8] = {1, 1, 1, 1, 0, 0, 0, 0};
@@ -29,7 +29,7 @@ inline void put_bytes(std::vector<unsigned char> &out, size_t at, const void *va
 }
 
 // The header, its tail, padding up to vox_offset, then `data` as given.
-inline std::string nifti_file_bytes(const NiftiSpec &s, const void *data, size_t data_bytes) {
+inline std::string nifti_file_bytes(const NiftiFields &s, const void *data, size_t data_bytes) {
   std::vector<unsigned char> h(348, 0);
   const bool r = s.other_byte_order;
   const int32_t size = 348;

@@ -38,10 +38,10 @@ HeaderRead read_header(const std::string &path, int verbose = 1, int file_type =
   return r;
 }
 
-std::string write_nifti(const std::string &dir, const std::string &name, const NiftiSpec &spec,
+std::string write_nifti(const std::string &dir, const std::string &name, const NiftiFields &fields,
                         size_t data_bytes = 64) {
   std::vector<unsigned char> data(data_bytes, 0);
-  const std::string bytes = nifti_file_bytes(spec, data.data(), data.size());
+  const std::string bytes = nifti_file_bytes(fields, data.data(), data.size());
   return write_binary_file(dir, name, bytes.data(), bytes.size());
 }
 
@@ -51,7 +51,7 @@ class NiftiHeader : public ::testing::Test {
 };
 
 TEST_F(NiftiHeader, ThreeDimensionsWithStaleTimeCountGiveOneTimePoint) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 3;
   s.dim[1] = 4;
   s.dim[2] = 5;
@@ -67,7 +67,7 @@ TEST_F(NiftiHeader, ThreeDimensionsWithStaleTimeCountGiveOneTimePoint) {
 }
 
 TEST_F(NiftiHeader, FourDimensionsTakeTheTimeCount) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 4;
   s.dim[4] = 7;
   s.pixdim[4] = 2.5f;
@@ -78,7 +78,7 @@ TEST_F(NiftiHeader, FourDimensionsTakeTheTimeCount) {
 }
 
 TEST_F(NiftiHeader, OtherByteOrderHeaderIsCorrectedButByteOrderStaysTheMachines) {
-  NiftiSpec s;
+  NiftiFields s;
   s.other_byte_order = true;
   s.dim[0] = 4;
   s.dim[1] = 3;
@@ -109,7 +109,7 @@ TEST_F(NiftiHeader, EveryListedDatatypeSelectsItsStorage) {
   const int codes[] = {2, 4, 8, 16, 32, 64, 512};
   const int storage[] = {UINT8, BSHORT, BLONG, BFLOAT, BFLOAT, BDOUBLE, USHORT};
   for (int i = 0; i < 7; i++) {
-    NiftiSpec s;
+    NiftiFields s;
     s.datatype = static_cast<int16_t>(codes[i]);
     HeaderRead r = read_header(write_nifti(dir, "t.nii", s), 0);
     ASSERT_EQ(r.result, 0) << codes[i];
@@ -120,7 +120,7 @@ TEST_F(NiftiHeader, EveryListedDatatypeSelectsItsStorage) {
 
 TEST_F(NiftiHeader, OtherDatatypesAreRefused) {
   for (int code : {0, 1, 128, 256, 768, 1024, 1280, 1536, 1792, 2048, 2304}) {
-    NiftiSpec s;
+    NiftiFields s;
     s.datatype = static_cast<int16_t>(code);
     HeaderRead r = read_header(write_nifti(dir, "t.nii", s), 0);
     EXPECT_EQ(r.result, 1) << code;
@@ -130,7 +130,7 @@ TEST_F(NiftiHeader, OtherDatatypesAreRefused) {
 }
 
 TEST_F(NiftiHeader, FifthDimensionOfThreeMakesVectorData) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 5;
   s.dim[4] = 2;
   s.dim[5] = 3;
@@ -146,7 +146,7 @@ TEST_F(NiftiHeader, FifthDimensionOfThreeMakesVectorData) {
 }
 
 TEST_F(NiftiHeader, MoreThanFiveDimensionsWarn) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 6;
   s.dim[4] = 2;
   HeaderRead r = read_header(write_nifti(dir, "six.nii", s), 0);
@@ -159,7 +159,7 @@ TEST_F(NiftiHeader, MoreThanFiveDimensionsWarn) {
 TEST_F(NiftiHeader, MissingDimensionsAreNamedInOrder) {
   const char axes[] = {'x', 'y', 'z', 't'};
   for (int i = 0; i < 4; i++) {
-    NiftiSpec s;
+    NiftiFields s;
     s.dim[0] = 4;
     s.dim[4] = 2;
     s.dim[1 + i] = i == 1 ? -3 : 0;
@@ -172,7 +172,7 @@ TEST_F(NiftiHeader, MissingDimensionsAreNamedInOrder) {
 }
 
 TEST_F(NiftiHeader, VolumesBeyondThirtyTwoBitsAreRefused) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[1] = s.dim[2] = s.dim[3] = 32767;
   const std::string path = write_nifti(dir, "huge.nii", s);
   HeaderRead r = read_header(path, 0);
@@ -182,7 +182,7 @@ TEST_F(NiftiHeader, VolumesBeyondThirtyTwoBitsAreRefused) {
 }
 
 TEST_F(NiftiHeader, QformCodeZeroUsesMethodOneEvenWithSform) {
-  NiftiSpec s;
+  NiftiFields s;
   s.pixdim[1] = 2;
   s.pixdim[2] = 3;
   s.pixdim[3] = 4;
@@ -203,7 +203,7 @@ TEST_F(NiftiHeader, QformCodeZeroUsesMethodOneEvenWithSform) {
 }
 
 TEST_F(NiftiHeader, MethodOneKeepsNegativeSpacingAsDirection) {
-  NiftiSpec s;
+  NiftiFields s;
   s.pixdim[1] = -2;
   HeaderRead r = read_header(write_nifti(dir, "neg.nii", s), 0);
   ASSERT_EQ(r.result, 0);
@@ -213,7 +213,7 @@ TEST_F(NiftiHeader, MethodOneKeepsNegativeSpacingAsDirection) {
 }
 
 TEST_F(NiftiHeader, QformWithoutSformUsesQuaternions) {
-  NiftiSpec s;
+  NiftiFields s;
   s.pixdim[0] = -1;  // qfac
   s.pixdim[1] = 2;
   s.pixdim[2] = 3;
@@ -245,7 +245,7 @@ TEST_F(NiftiHeader, QformWithoutSformUsesQuaternions) {
 }
 
 TEST_F(NiftiHeader, BothCodesSetUseTheAffineRows) {
-  NiftiSpec s;
+  NiftiFields s;
   s.qform_code = 1;
   s.sform_code = 1;
   const float rows[3][4] = {{-2, 0.5f, 0, 90}, {0, 2, 0, -126}, {0, 0, 2, -72}};
@@ -263,7 +263,7 @@ TEST_F(NiftiHeader, BothCodesSetUseTheAffineRows) {
 }
 
 TEST_F(NiftiHeader, AxisParallelAffineIsNotOffDiagonal) {
-  NiftiSpec s;
+  NiftiFields s;
   s.qform_code = 1;
   s.sform_code = 1;
   const float rows[3][4] = {{2, 0, 0, 1}, {0, 2, 0, 2}, {0, 0, -2, 3}};
@@ -275,7 +275,7 @@ TEST_F(NiftiHeader, AxisParallelAffineIsNotOffDiagonal) {
 }
 
 TEST_F(NiftiHeader, ZeroSlopeIsKeptAsNoScaling) {
-  NiftiSpec s;
+  NiftiFields s;
   s.scl_slope = 0;
   s.scl_inter = 5;
   HeaderRead r = read_header(write_nifti(dir, "s.nii", s), 0);
@@ -285,7 +285,7 @@ TEST_F(NiftiHeader, ZeroSlopeIsKeptAsNoScaling) {
 }
 
 TEST_F(NiftiHeader, ExtensionCodeTwentyGivesDegreesOfFreedom) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 368;
   s.after_header = nifti_extension(16, 20, {37, 0, 0, 0, 0, 0, 0, 0});
   HeaderRead r = read_header(write_nifti(dir, "dof.nii", s), 0);
@@ -294,7 +294,7 @@ TEST_F(NiftiHeader, ExtensionCodeTwentyGivesDegreesOfFreedom) {
 }
 
 TEST_F(NiftiHeader, OtherExtensionCodesLeaveDegreesOfFreedomZero) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 368;
   s.after_header = nifti_extension(16, 6, {37, 0, 0, 0, 0, 0, 0, 0});
   HeaderRead r = read_header(write_nifti(dir, "c.nii", s), 0);
@@ -303,7 +303,7 @@ TEST_F(NiftiHeader, OtherExtensionCodesLeaveDegreesOfFreedomZero) {
 }
 
 TEST_F(NiftiHeader, ZeroExtenderIsNotSearched) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 368;
   s.after_header = nifti_extension(16, 20, {37, 0, 0, 0, 0, 0, 0, 0});
   s.after_header[0] = 0;
@@ -323,7 +323,7 @@ TEST_F(NiftiHeader, TruncatedExtensionsFail) {
       {{1, 0, 0, 0, 16, 0, 0, 0, 20, 0, 0, 0, 5}, "Error read degrees of freedom.\n"},
   };
   for (const Case &c : cases) {
-    NiftiSpec s;
+    NiftiFields s;
     s.vox_offset = 0;
     s.after_header = c.tail;
     const std::string bytes = nifti_file_bytes(s, nullptr, 0);
@@ -335,7 +335,7 @@ TEST_F(NiftiHeader, TruncatedExtensionsFail) {
 }
 
 TEST_F(NiftiHeader, HeaderWithoutExtenderIsComplete) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 0;
   s.after_header.clear();
   const std::string bytes = nifti_file_bytes(s, nullptr, 0);
@@ -358,7 +358,7 @@ TEST_F(NiftiHeader, MissingFileFails) {
 }
 
 TEST_F(NiftiHeader, ImgNameReadsTheHdrBesideIt) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[1] = 9;
   s.vox_offset = 0;
   const std::string bytes = nifti_file_bytes(s, nullptr, 0);

@@ -35,7 +35,7 @@ class StackLoad : public ::testing::Test {
   // volume t holds first + 100 t + i unless values are given.
   std::string float_file(const std::string &name, int nt, float time_step = 2.0f,
                          IPOINT3D dim = {3, 2, 2}, float first = 0.0f) {
-    NiftiSpec s;
+    NiftiFields s;
     s.dim[0] = 4;
     s.dim[1] = static_cast<int16_t>(dim.x);
     s.dim[2] = static_cast<int16_t>(dim.y);
@@ -48,7 +48,7 @@ class StackLoad : public ::testing::Test {
     return write(name, s, v.data(), v.size() * 4);
   }
 
-  std::string write(const std::string &name, const NiftiSpec &s, const void *data, size_t bytes) {
+  std::string write(const std::string &name, const NiftiFields &s, const void *data, size_t bytes) {
     const std::string content = nifti_file_bytes(s, data, bytes);
     return write_binary_file(dir, name, content.data(), content.size());
   }
@@ -126,11 +126,11 @@ TEST_F(StackLoad, FirstStackFixesTheDimensionsOfLaterOnes) {
 }
 
 TEST_F(StackLoad, ResolutionDifferenceOnlyWarns) {
-  NiftiSpec s;
+  NiftiFields s;
   s.pixdim[1] = 1.5f;
   std::vector<float> v(8, 1.0f);
   TestFileList files;
-  const std::string a = write("a.nii", NiftiSpec(), v.data(), 32);
+  const std::string a = write("a.nii", NiftiFields(), v.data(), 32);
   const std::string b = write("b.nii", s, v.data(), 32);
   files.add(a);
   files.add(b);
@@ -144,12 +144,12 @@ TEST_F(StackLoad, ResolutionDifferenceOnlyWarns) {
 }
 
 TEST_F(StackLoad, RealAndComplexFilesDoNotMix) {
-  NiftiSpec complex_spec;
-  complex_spec.datatype = 32;
+  NiftiFields complex_fields;
+  complex_fields.datatype = 32;
   std::vector<float> v(16, 1.0f);
   TestFileList files;
-  files.add(write("real.nii", NiftiSpec(), v.data(), 32));
-  files.add(write("complex.nii", complex_spec, v.data(), 64));
+  files.add(write("real.nii", NiftiFields(), v.data(), 32));
+  files.add(write("complex.nii", complex_fields, v.data(), 64));
   LoadResult r = load_stack(&image_stack, &files.head);
   EXPECT_EQ(r.result, 1);
   EXPECT_EQ(r.printed.out, "voxels (2,2,2,1), res (1,1,1,0)\n"
@@ -157,29 +157,29 @@ TEST_F(StackLoad, RealAndComplexFilesDoNotMix) {
 }
 
 TEST_F(StackLoad, ActivationMapsMayDifferInDataType) {
-  NiftiSpec complex_spec;
-  complex_spec.datatype = 32;
+  NiftiFields complex_fields;
+  complex_fields.datatype = 32;
   std::vector<float> v(16, 1.0f);
   TestFileList images;
-  images.add(write("real.nii", NiftiSpec(), v.data(), 32));
+  images.add(write("real.nii", NiftiFields(), v.data(), 32));
   ASSERT_EQ(load_stack(&image_stack, &images.head).result, 0);
   TestFileList maps;
-  maps.add(write("complex.nii", complex_spec, v.data(), 64));
+  maps.add(write("complex.nii", complex_fields, v.data(), 64));
   LoadResult r = load_stack(&activation_stack, &maps.head);
   EXPECT_EQ(r.result, 0) << r.printed.out;
   EXPECT_EQ(activation_stack.data_type, DATA_COMPLEX);
 }
 
 TEST_F(StackLoad, FirstLoadedActivationMapIsExempt) {
-  NiftiSpec complex_spec;
-  complex_spec.datatype = 32;
+  NiftiFields complex_fields;
+  complex_fields.datatype = 32;
   std::vector<float> v(16, 1.0f);
   TestFileList maps;
-  maps.add(write("complex.nii", complex_spec, v.data(), 64));
+  maps.add(write("complex.nii", complex_fields, v.data(), 64));
   ASSERT_EQ(load_stack(&activation_stack, &maps.head).result, 0);
   TestFileList images;
-  images.add(write("real.nii", NiftiSpec(), v.data(), 32));
-  images.add(write("real2.nii", NiftiSpec(), v.data(), 32));
+  images.add(write("real.nii", NiftiFields(), v.data(), 32));
+  images.add(write("real2.nii", NiftiFields(), v.data(), 32));
   EXPECT_EQ(load_stack(&image_stack, &images.head).result, 0);
 }
 
@@ -205,7 +205,7 @@ struct Scaled {
 TEST_F(StackLoad, SlopeAndOffsetScaleUnlessSlopeIsZero) {
   for (Scaled c : {Scaled{2, 1, 1.0f}, Scaled{0, 1, 0.0f}, Scaled{-0.5f, 3, 3.0f}}) {
     SetUp();
-    NiftiSpec s;
+    NiftiFields s;
     s.datatype = 4;
     s.scl_slope = c.slope;
     s.scl_inter = c.offset;
@@ -221,7 +221,7 @@ TEST_F(StackLoad, SlopeAndOffsetScaleUnlessSlopeIsZero) {
 }
 
 TEST_F(StackLoad, ComplexAndVectorDataStayUnscaledBeyondTheirFirstValue) {
-  NiftiSpec s;
+  NiftiFields s;
   s.datatype = 32;
   s.scl_slope = 2;
   s.scl_inter = 1;
@@ -238,7 +238,7 @@ TEST_F(StackLoad, ComplexAndVectorDataStayUnscaledBeyondTheirFirstValue) {
   }
   TearDown();
   SetUp();
-  NiftiSpec vs = s;
+  NiftiFields vs = s;
   vs.datatype = 16;
   vs.dim[0] = 5;
   vs.dim[5] = 3;
@@ -282,7 +282,7 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
   };
   for (const Case &c : cases) {
     SetUp();
-    NiftiSpec s;
+    NiftiFields s;
     s.datatype = c.datatype;
     TestFileList files;
     files.add(write("st.nii", s, c.bytes.data(), c.bytes.size()));
@@ -294,7 +294,7 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
 }
 
 TEST_F(StackLoad, ByteSwappedHeaderLeavesVoxelsInTheFileOrder) {
-  NiftiSpec s;
+  NiftiFields s;
   s.other_byte_order = true;
   s.datatype = 4;
   std::vector<int16_t> v = {1, 2, 256, 0x1234, -2, 0, 0, 0};
@@ -308,7 +308,7 @@ TEST_F(StackLoad, ByteSwappedHeaderLeavesVoxelsInTheFileOrder) {
 }
 
 TEST_F(StackLoad, Uint8VectorsArePackedIntoColours) {
-  NiftiSpec s;
+  NiftiFields s;
   s.datatype = 2;
   s.dim[0] = 5;
   s.dim[4] = 1;
@@ -334,7 +334,7 @@ TEST_F(StackLoad, Uint8VectorsArePackedIntoColours) {
 }
 
 TEST_F(StackLoad, TruncatedDataFailsWithTheShortReadMessage) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 4;
   s.dim[4] = 3;
   std::vector<float> v(8 * 3 - 1, 1.0f);
@@ -348,7 +348,7 @@ TEST_F(StackLoad, TruncatedDataFailsWithTheShortReadMessage) {
 }
 
 TEST_F(StackLoad, HugeDeclaredSizeFailsWithoutAllocating) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 4;
   s.dim[1] = 1024;
   s.dim[2] = 1024;
@@ -367,7 +367,7 @@ TEST_F(StackLoad, HugeDeclaredSizeFailsWithoutAllocating) {
 }
 
 TEST_F(StackLoad, NegativeOffsetEndsTheRunAsAFailedSeek) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = -4;
   std::vector<float> v(8, 1.0f);
   TestFileList files;
@@ -379,7 +379,7 @@ TEST_F(StackLoad, NegativeOffsetEndsTheRunAsAFailedSeek) {
 }
 
 TEST_F(StackLoad, NanOffsetEndsTheRun) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = std::numeric_limits<float>::quiet_NaN();
   std::vector<float> v(8, 1.0f);
   TestFileList files;
@@ -392,7 +392,7 @@ TEST_F(StackLoad, NanOffsetEndsTheRun) {
 }
 
 TEST_F(StackLoad, OffsetBeyondTheEndIsAShortRead) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 1.0e12f;
   std::vector<float> v(8, 1.0f);
   TestFileList files;
@@ -404,7 +404,7 @@ TEST_F(StackLoad, OffsetBeyondTheEndIsAShortRead) {
 }
 
 TEST_F(StackLoad, MissingDataFileOfAPairFails) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 0;
   const std::string bytes = nifti_file_bytes(s, nullptr, 0);
   write_binary_file(dir, "pair.hdr", bytes.data(), bytes.size());
@@ -417,7 +417,7 @@ TEST_F(StackLoad, MissingDataFileOfAPairFails) {
 }
 
 TEST_F(StackLoad, PairReadsTheDataFileFromItsStart) {
-  NiftiSpec s;
+  NiftiFields s;
   s.vox_offset = 0;
   const std::string bytes = nifti_file_bytes(s, nullptr, 0);
   write_binary_file(dir, "pair.hdr", bytes.data(), bytes.size());
@@ -439,7 +439,7 @@ TEST_F(StackLoad, FailedHeaderFailsTheLoad) {
 }
 
 TEST_F(StackLoad, StackTakesTheGeometryOfTheFiles) {
-  NiftiSpec s;
+  NiftiFields s;
   s.qform_code = 1;
   s.sform_code = 1;
   const float rows[3][4] = {{2, 0, 0, -3}, {0, 2, 0.5f, 4}, {0, 0, 2, 5}};

@@ -32,7 +32,7 @@ class StartupLoading : public ::testing::Test {
 
   // A float NIfTI-1 file of nx*2*2 voxels and nt volumes, every value `v`.
   void nifti(const std::string &name, int nx, int nt, float v, bool rotated = false) {
-    NiftiSpec s;
+    NiftiFields s;
     s.dim[0] = 4;
     s.dim[1] = static_cast<int16_t>(nx);
     s.dim[4] = static_cast<int16_t>(nt);
@@ -106,7 +106,7 @@ TEST_F(StartupLoading, MissingDataEndsTheRunWithStatusOne) {
 }
 
 TEST_F(StartupLoading, TruncatedImageEndsTheRunWithStatusOne) {
-  NiftiSpec s;
+  NiftiFields s;
   s.dim[0] = 4;
   s.dim[4] = 300;
   const std::string bytes = nifti_file_bytes(s, nullptr, 0);
