@@ -109,6 +109,10 @@ int read_SpaceTime_data(int Verbose, int common_dimensions, data_stack *stack,
     printf("Error: the volumes of %s hold no voxels.\n", file_info->file_name);
     return 1;
   }
+  if (static_cast<long long>(stack->n3d) * values_per_voxel(stack->data_type) > INT_MAX) {
+    printf("Error: the volumes of %s hold too many values.\n", file_info->file_name);
+    return 1;
+  }
   // Nothing is allocated for a file that cannot hold what its header
   // declares: a wrong header must not ask for terabytes.
   for (file_list *node = file_info; node; node = node->next)

@@ -526,4 +526,16 @@ TEST_F(StackLoad, NativeComplexAndVectorDataAreInterleaved) {
   EXPECT_EQ(image_stack.v3Volume[0][1].y, 5.0f);
 }
 
+TEST_F(StackLoad, VectorVolumesBeyondThirtyTwoBitsAreRefused) {
+  // 1024 x 1024 x 1024 voxels fit in 32 bits, their three components do not.
+  write_text_file(dir, "big.hdr", "x 1024\ny 1024\nz 1024\nt 1\ndata-type vector\n");
+  write_text_file(dir, "big.bfloat", "");
+  TestFileList files;
+  files.add(dir + "/big.bfloat");
+  LoadResult r = load_stack(&image_stack, &files.head);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.printed.out, "voxels (1024,1024,1024,1), res (1,1,1,0)\nError: the volumes of " + dir +
+                               "/big.bfloat hold too many values.\n");
+}
+
 }  // namespace
