@@ -51,6 +51,14 @@ void convert(const T *__restrict raw, float *__restrict out, long count) {
   for (long i = 0; i < count; i++) out[i] = static_cast<float>(raw[i]);
 }
 
+// The same with slope and offset applied on the way, in the same float
+// steps as scaling afterwards: one pass over the volume instead of two.
+template <typename T>
+void convert_scaled(const T *__restrict raw, float *__restrict out, long count, float slope,
+                    float offset) {
+  for (long i = 0; i < count; i++) out[i] = slope * static_cast<float>(raw[i]) + offset;
+}
+
 void scale_in_place(float *values, float slope, float offset, long count) {
   for (long i = 0; i < count; i++) values[i] = slope * values[i] + offset;
 }
@@ -111,11 +119,26 @@ int check_freesurfer_series(const data_stack *stack, const file_list *node) {
   return 0;
 }
 
+// Slope and offset to apply while converting, when `on`.
+struct Scaling {
+  bool on;
+  float slope, offset;
+};
+
+template <typename T>
+void convert_volume(const T *raw, float *values, long count, Scaling scaling) {
+  if (scaling.on)
+    convert_scaled(raw, values, count, scaling.slope, scaling.offset);
+  else
+    convert(raw, values, count);
+}
+
 // Reads one volume of `npts` values into `values`. UINT8 vector data packs
 // each r, g, b triple into one float 65536 r + 256 g + b at position j/3.
-// Returns false on a short read.
+// Integer values are scaled on the way when `scaling` says so. Returns false
+// on a short read.
 bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *raw,
-                 float *values) {
+                 float *values, Scaling scaling) {
   switch (header.storage_type) {
     case BFLOAT:
       if (fread(values, 4, npts, fp) != static_cast<size_t>(npts)) return false;
@@ -126,14 +149,14 @@ bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *r
       if (fread(raw, 2, npts, fp) != static_cast<size_t>(npts)) return false;
       if (swap) swap_bytes_16(raw, npts);
       if (header.storage_type == BSHORT)
-        convert(static_cast<const int16_t *>(raw), values, npts);
+        convert_volume(static_cast<const int16_t *>(raw), values, npts, scaling);
       else
-        convert(static_cast<const uint16_t *>(raw), values, npts);
+        convert_volume(static_cast<const uint16_t *>(raw), values, npts, scaling);
       return true;
     case BLONG:
       if (fread(raw, 4, npts, fp) != static_cast<size_t>(npts)) return false;
       if (swap) swap_bytes_32(raw, npts);
-      convert(static_cast<const int32_t *>(raw), values, npts);
+      convert_volume(static_cast<const int32_t *>(raw), values, npts, scaling);
       return true;
     case UINT8: {
       if (fread(raw, 1, npts, fp) != static_cast<size_t>(npts)) return false;
@@ -142,7 +165,7 @@ bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *r
         for (int j = 0; j + 2 < npts; j += 3)
           values[j / 3] = 65536.0f * b[j] + 256.0f * b[j + 1] + b[j + 2];
       } else {
-        convert(b, values, npts);
+        convert_volume(b, values, npts, scaling);
       }
       return true;
     }
@@ -157,7 +180,8 @@ bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *r
 // before it is placed, and only the first n3d values are scaled: for
 // complex and vector data the scaled values are, apart from the very first,
 // already placed, so such data stays unscaled.
-void place_volume(data_stack *stack, const XD_HEADER &header, int it, float *values) {
+void place_volume(data_stack *stack, const XD_HEADER &header, int it, float *values,
+                  bool scaled) {
   const float slope = header.scale_slope, offset = header.scale_offset;
   const int n3d = stack->n3d;
   switch (stack->data_type) {
@@ -165,7 +189,7 @@ void place_volume(data_stack *stack, const XD_HEADER &header, int it, float *val
       // Magnitude volumes are read straight into their place.
       float *v = stack->Volume[it];
       if (v != values) memcpy(v, values, sizeof(float) * n3d);
-      if (slope != 0.0f) scale_in_place(v, slope, offset, n3d);
+      if (slope != 0.0f && !scaled) scale_in_place(v, slope, offset, n3d);
       break;
     }
     case DATA_COMPLEX:
@@ -248,19 +272,27 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   void *raw = nullptr;
   if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector(npts * bytes);
 
+  // Magnitude volumes of integers are scaled while they are converted.
+  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
+                        header.storage_type == BLONG ||
+                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
+  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
+                               header.scale_slope != 0.0f,
+                           header.scale_slope, header.scale_offset};
+
   const int nt = file_info->nt;
   for (int jt = 0; jt < nt; jt++) {
     show_progress(name, jt, nt);
     const int it = file_info->start_image + jt;
     float *target = stack->data_type == DATA_MAGNITUDE ? stack->Volume[it] : values;
-    if (!read_volume(fp, header, swap, npts, raw, target)) {
+    if (!read_volume(fp, header, swap, npts, raw, target, scaling)) {
       free(raw);
       free(values);
       fclose(fp);
       printf("Error reading the data from file %s\n", name);
       return 1;
     }
-    place_volume(stack, header, it, target);
+    place_volume(stack, header, it, target, scaling.on);
   }
   free(raw);
   free(values);
