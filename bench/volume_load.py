@@ -6,7 +6,7 @@
     /usr/bin/python3 bench/volume_load.py BUILD_DIR [WORK_DIR] [ROUNDS]
 
 BUILD_DIR is a build configured with -DZOR_BUILD_BENCH=ON. One run does one
-warm-up read and then ROUNDS (default 3) rounds of the three readers in
+warm-up read and then ROUNDS (default 5) rounds of the three readers in
 turn; it reports each reader's best round, in wall-clock seconds and in CPU
 seconds (user + system), since on a shared machine the wall clock also
 counts time spent waiting for a processor."""
@@ -80,7 +80,7 @@ def run_loader(program, path):
 def main():
     build = sys.argv[1] if len(sys.argv) > 1 else "build-bench"
     work = sys.argv[2] if len(sys.argv) > 2 else tempfile.gettempdir()
-    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 3
+    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 5
     program = os.path.join(build, "bench", "bench_volume_load")
     path = os.path.join(work, "zor_bench_run_96x96x60x300.nii")
     make_file(path)
