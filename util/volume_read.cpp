@@ -1,6 +1,8 @@
 // Reading the voxels of one file into its place in a stack: native and
 // NIfTI volumes, one volume per read, and FreeSurfer slice series.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdint>
@@ -91,11 +93,12 @@ std::string slice_name(const char *stem, int slice, int storage_type) {
 // Size of a file in bytes, or -1 when it cannot be opened. Only regular
 // files are measured; for others the reading finds out.
 long long file_size(const char *name, bool *measured) {
-  FILE *fp = fopen(name, "rb");
-  if (!fp) return -1;
+  // Opened without waiting, so that a pipe does not hold the check up.
+  const int fd = open(name, O_RDONLY | O_NONBLOCK);
+  if (fd < 0) return -1;
   struct stat st;
-  *measured = fstat(fileno(fp), &st) == 0 && S_ISREG(st.st_mode);
-  fclose(fp);
+  *measured = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+  close(fd);
   return *measured ? static_cast<long long>(st.st_size) : 0;
 }
 
