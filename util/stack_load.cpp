@@ -1,17 +1,9 @@
 // Loading the files of a list into one stack, concatenated along time.
 // All headers are read first, since no file can be placed before the total
 // number of time points is known; then the stack is allocated and filled.
-#include <sys/stat.h>
-
 #include <climits>
-#include <cmath>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <string>
 
-#include "zor_alloc.h"
-#include "zor_exit.h"
 #include "zor_stack.h"
 
 namespace {
