@@ -10,6 +10,7 @@
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_stack.h"
+#include "zor_colors.h"
 #include "zor_display_state.h"
 
 #endif
