@@ -12,5 +12,7 @@
 #include "zor_stack.h"
 #include "zor_colors.h"
 #include "zor_display_state.h"
+#include "zor_overlay.h"
+#include "zor_atomic_file.h"
 
 #endif
