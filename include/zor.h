@@ -10,7 +10,6 @@
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_stack.h"
-#include "zor_colors.h"
 #include "zor_display_state.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"

@@ -8,7 +8,7 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
-#include "zor_colors.h"
+#include "zor_overlay.h"
 #include "zor_display_state.h"
 #include "zor_types.h"
 
