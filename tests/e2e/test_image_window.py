@@ -146,9 +146,7 @@ class EventHandling(e2e.ViewerTestCase):
         w = v.window(r"zorview \(zoom = 4\)")
         v.wait_event("Expose")
         mark = v.send_expose(w, 2)
-        v.wait_trace(lambda e: len(v.events("Expose", after=mark)) == 2, after=mark,
-                     what="two handled Expose events")
-        first, second = v.events("Expose", after=mark)
+        first, second = v.wait_events("Expose", 2, after=mark)[:2]
         self.assertEqual(first["regions"], 0x100)
         self.assertEqual(second["regions"], 0)
         self.assertEqual(second["number"], first["number"] + 1)
@@ -160,8 +158,7 @@ class EventHandling(e2e.ViewerTestCase):
         v = self.start_viewer((32, 32, 4))
         w = v.window(r"zorview \(zoom = 4\)")
         mark = v.key(w, "x", "F5", "shift")
-        v.wait_trace(lambda e: len(v.events("KeyPress", after=mark)) == 3, after=mark,
-                     what="three handled key presses")
+        v.wait_events("KeyPress", 3, after=mark)
         self.assertTrue(v.running())
         self.assertEqual(v.stdout(), "")
         self.assertEqual(v.stderr(), "")
@@ -196,8 +193,7 @@ class EventHandling(e2e.ViewerTestCase):
         # Only the Shift press is done: the "A" itself is still running.
         self.assertEqual(len(v.events("KeyPress", after=mark)), 1)
         v.key(w, "space")
-        v.wait_trace(lambda e: len(v.events("KeyPress", after=mark)) == 2, after=mark,
-                     what="the end of the animation")
+        v.wait_events("KeyPress", 2, after=mark)
         self.assertTrue(v.running())
 
     def test_idle_program_sleeps(self):

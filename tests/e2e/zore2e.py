@@ -164,6 +164,8 @@ class Viewer:
         self.cwd = cwd or self.dir
         self.trace_path = os.path.join(self.dir, "event-trace")
         open(self.trace_path, "w").close()
+        self._trace = []
+        self._trace_offset = 0
         run_env = server.env()
         run_env["ZOR_EVENT_TRACE"] = self.trace_path
         for key, value in (env or {}).items():
@@ -175,10 +177,16 @@ class Viewer:
         self._err = open(os.path.join(self.dir, "stderr"), "wb")
         self.proc = subprocess.Popen(argv, cwd=self.cwd, env=run_env, stdout=self._out, stderr=self._err)
 
-    # Trace.
+    # Trace, read incrementally: only complete lines count.
     def trace(self):
-        with open(self.trace_path) as f:
-            return [parse_trace_line(l.rstrip("\n")) for l in f if l.endswith("\n")]
+        with open(self.trace_path, "rb") as f:
+            f.seek(self._trace_offset)
+            chunk = f.read()
+        end = chunk.rfind(b"\n") + 1
+        for line in chunk[:end].decode(errors="replace").splitlines():
+            self._trace.append(parse_trace_line(line))
+        self._trace_offset += end
+        return self._trace
 
     def trace_mark(self):
         """Number of trace lines so far; pass it as `after` to the waits."""
@@ -192,9 +200,10 @@ class Viewer:
             if self.proc.poll() is not None and not any(predicate(e) for e in self.trace()[after:]):
                 raise AssertionError("program ended (status %s) while waiting for %s\n%s"
                                      % (self.proc.returncode, what, self.stdout()))
-            for e in self.trace()[after:]:
-                if predicate(e):
-                    return e
+            lines = self.trace()
+            for i in range(after, len(lines)):
+                if predicate(lines[i]):
+                    return lines[i]
             return None
         try:
             return wait_until(find, timeout, what)
@@ -206,6 +215,21 @@ class Viewer:
         return self.wait_trace(
             lambda e: e["kind"] == "event" and e["type"] == event_type and (window is None or e["window"] == window),
             after, timeout, "a handled %s" % event_type)
+
+    def wait_events(self, event_type, count, after=0, timeout=5.0):
+        """Waits until `count` events of this type were handled after the mark; returns them."""
+        def enough():
+            found = self.events(event_type, after)
+            if len(found) >= count:
+                return found
+            if self.proc.poll() is not None:
+                raise AssertionError("program ended (status %s) while waiting for %d %s events"
+                                     % (self.proc.returncode, count, event_type))
+            return None
+        try:
+            return wait_until(enough, timeout, "%d handled %s events" % (count, event_type))
+        except AssertionError as error:
+            raise AssertionError("%s\ntrace tail:\n%s" % (error, self._tail())) from None
 
     def events(self, event_type=None, after=0):
         return [e for e in self.trace()[after:]
