@@ -186,12 +186,18 @@ extern graph_struct graph;
 // The program's name, shown in the window title.
 extern char program_name[1024];
 
-// Gray window: data values at gray 0 and 255, and the linear map between.
+// Gray window: data values at gray 0 and 255, and the linear map between;
+// contrast_low and contrast_high are fractions of the full data range.
 extern float image_scale_min, image_scale_max;
 extern float image_scale_slope, image_scale_offset;
+extern float contrast_low, contrast_high;
 
 // Strips below the image region: info area at the left, bottom menu beside.
 extern int lPixelsX_ImageInfoArea, lXBottomMenu, lPixelsX_BottomMenu;
+
+// The display state at the start of a run over the loaded stacks;
+// `number_panels` is the panels option (0 all slices, negative three planes).
+void initialize_mosaic_ovl(int number_panels);
 
 // Layout of the image window from the shown stack, the panel set and the
 // zoom. Returns through RoughDisplaySize the window size it needs.

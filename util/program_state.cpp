@@ -14,5 +14,6 @@ char program_name[1024] = "zorview";
 
 float image_scale_min = 0.0f, image_scale_max = 1.0f;
 float image_scale_slope = 255.0f, image_scale_offset = 0.0f;
+float contrast_low = 0.0f, contrast_high = 1.0f;
 
 int lPixelsX_ImageInfoArea = 1, lXBottomMenu = 1, lPixelsX_BottomMenu = 1;

@@ -10,11 +10,11 @@
 
 int main(int argc, char **argv) {
   if (argc < 4) return 2;
+  int number_panels = 0, nPanelsX = 0;
   image_stack.dim = IPOINT3D{atoi(argv[1]), atoi(argv[2]), atoi(argv[3])};
   image_stack.resolution = POINT3D{1.0f, 1.0f, 1.0f};
   image_stack.direction = POINT3D{1.0f, 1.0f, 1.0f};
   image_stack.nt = 1;
-  int number_panels = 0, nPanelsX = 0;
   mosaic.zoom_window = 0;
   mosaic.zoom_image = 1;
   mosaic.flip_X11_y = 1;
@@ -46,20 +46,10 @@ int main(int argc, char **argv) {
   image_stack.ijk_to_xyz =
       scale_and_shift_to_mat44(image_stack.resolution, POINT3D{0, 0, 0}, image_stack.direction);
 
-  mosaic.stack = &image_stack;
-  mosaic.display_crosshairs = 3;
-  mosaic.MIPStatus = -1;
-  activation.MIPStatus = -1;
-  activation.stack = &activation_stack;
+  image_stack.n2d = image_stack.dim.x * image_stack.dim.y;
+  image_stack.n3d = image_stack.n2d * image_stack.dim.z;
   graph.type = -1;
-  if (number_panels < 0)
-    mosaic.display_3orthogonal = 1;
-  else if (number_panels > image_stack.dim.z)
-    number_panels = image_stack.dim.z;
-  mosaic.DimPanels.z = number_panels >= 1 ? number_panels : (number_panels < 0 ? 4 : image_stack.dim.z);
-  IPOINT2D rough;
-  compute_display_size(&rough, 1.0f);
-  mosaic.icross = IPOINT3D{image_stack.dim.x / 2, image_stack.dim.y / 2, image_stack.dim.z / 2};
+  initialize_mosaic_ovl(number_panels);
   mosaic.DimPanels.x = nPanelsX;
 
   initialize_XWindows();

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "zor.h"
@@ -267,6 +268,109 @@ TEST_F(DisplayLayout, LaterLayoutsKeepTheZoom) {
   mosaic.zoom_window = 2;
   choose_image_window_geometry(2560, 1600, 0);
   EXPECT_EQ(mosaic.zoom_window, 2);
+}
+
+}  // namespace
+
+namespace {
+
+// The start-of-run defaults over a loaded stack.
+class DisplayDefaults : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    free(mosaic.display_slice);
+    mosaic = mosaic_display{};
+    activation = Activation{};
+    image_stack = data_stack{};
+    image_stack.dim = IPOINT3D{64, 64, 20};
+    image_stack.resolution = POINT3D{1.0f, 1.0f, 1.0f};
+    image_stack.n2d = 64 * 64;
+    image_stack.n3d = 64 * 64 * 20;
+    image_stack.nt = 3;
+    activation_stack = data_stack{};
+    anatomy_stack = data_stack{};
+    mosaic.Attach_ColorBar = 1;
+    compute_display_size_reset();
+  }
+  void TearDown() override {
+    overlay_map_reset();
+    ovl_root_reset();
+    wire_root_reset();
+    free(activation.fTractMap);
+    free(mosaic.display_slice);
+    mosaic = mosaic_display{};
+    activation = Activation{};
+    image_stack = data_stack{};
+    activation_stack = data_stack{};
+    anatomy_stack = data_stack{};
+    activation_files = file_list{};
+  }
+};
+
+TEST_F(DisplayDefaults, AllSlicesWithoutMaps) {
+  initialize_mosaic_ovl(0);
+  EXPECT_EQ(mosaic.stack, &image_stack);
+  EXPECT_EQ(activation.stack, &activation_stack);
+  EXPECT_EQ(mosaic.DimPanels.z, 20);
+  EXPECT_EQ(mosaic.display_3orthogonal, 0);
+  EXPECT_EQ(mosaic.display_crosshairs, 3);
+  EXPECT_EQ(mosaic.MIPStatus, -1);
+  EXPECT_EQ(mosaic.icross.x, 32);
+  EXPECT_EQ(mosaic.icross.z, 10);
+  EXPECT_EQ(activation.visible, 0);
+  EXPECT_EQ(activation.nmaps, 0);
+  EXPECT_EQ(activation.color_sign, 1);
+  EXPECT_STREQ(ovl_root.name, "none");
+  EXPECT_EQ(ovl_root.color, COLOR_MAGENTA);
+  EXPECT_STREQ(wire_root.name, "none");
+  EXPECT_EQ(overlay_map.number, 1);
+  EXPECT_FLOAT_EQ(contrast_high, 1.0f);
+}
+
+TEST_F(DisplayDefaults, NegativePanelsOpenThreePlanesWithFour) {
+  initialize_mosaic_ovl(-1);
+  EXPECT_EQ(mosaic.display_3orthogonal, 1);
+  EXPECT_EQ(mosaic.DimPanels.z, 4);
+}
+
+TEST_F(DisplayDefaults, PanelCountIsClippedToTheSlices) {
+  initialize_mosaic_ovl(100);
+  EXPECT_EQ(mosaic.DimPanels.z, 20);
+  EXPECT_EQ(mosaic.DimPanels.x, 5);
+}
+
+TEST_F(DisplayDefaults, AnatomyVolumesComeFirstInTime) {
+  anatomy_stack.nt = 2;
+  initialize_mosaic_ovl(0);
+  EXPECT_EQ(graph.iTime, -2);
+}
+
+TEST_F(DisplayDefaults, RealMapsAreShownAndNamedAfterTheirFile) {
+  std::vector<float> volume(64 * 64 * 20, 0.0f);
+  float *volumes[1] = {volume.data()};
+  activation_stack.nt = 1;
+  activation_stack.n3d = 64 * 64 * 20;
+  activation_stack.data_type = DATA_MAGNITUDE;
+  activation_stack.Volume = volumes;
+  strcpy(activation_files.file_name, "maps.v1/tmap.nii");
+  activation_files.scale_log = 1;
+  initialize_mosaic_ovl(0);
+  EXPECT_EQ(activation.visible, 1);
+  EXPECT_EQ(activation.data_type, 1);
+  EXPECT_EQ(activation.fSpaceMatrix, volume.data());
+  EXPECT_STREQ(activation.map_name, "maps.v1/tmap");
+  EXPECT_EQ(activation.scale_log, 1);
+}
+
+TEST_F(DisplayDefaults, VectorMapsGetAZeroedTractMap) {
+  activation_stack.nt = 1;
+  activation_stack.n3d = 10;
+  activation_stack.data_type = DATA_VECTOR;
+  initialize_mosaic_ovl(0);
+  EXPECT_EQ(activation.data_type, 3);
+  EXPECT_EQ(activation.display_data_type, -3);
+  ASSERT_NE(activation.fTractMap, nullptr);
+  EXPECT_FLOAT_EQ(activation.fTractMap[9], 0.0f);
 }
 
 }  // namespace
