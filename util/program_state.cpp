@@ -10,7 +10,6 @@ mosaic_display mosaic;
 Activation activation;
 graph_struct graph;
 
-char program_name[1024] = "zorview";
 
 float image_scale_min = 0.0f, image_scale_max = 1.0f;
 float image_scale_slope = 255.0f, image_scale_offset = 0.0f;
