@@ -1,0 +1,99 @@
+// Deferred repaint. Actions only set bits in mosaic.update_regions and
+// graph.update_regions; one Update_Regions at the end of each event
+// repaints what the bits name, from the pixmaps, in a fixed order.
+#include <algorithm>
+
+#include "zor_event_trace.h"
+#include "zor_x11.h"
+
+namespace {
+
+// Whether the slice images must be composed again for these bits.
+bool images_need_composing(int bits) {
+  if (bits & REGION_IMAGES) return true;
+  if (!(bits & REGION_CROSS)) return false;
+  bool projection_graph = graph.type == 0 && graph.space_model != 0;
+  return mosaic.display_crosshairs == 1 || projection_graph || mosaic.display_3orthogonal;
+}
+
+void copy_to_image_window(Pixmap source, int src_x, int width, int height, int dest_x,
+                          int dest_y) {
+  if (width <= 0 || height <= 0) return;
+  XCopyArea(XConnection, source, XWindow_image, XGC_image, src_x, 0, (unsigned)width,
+            (unsigned)height, dest_x, dest_y);
+}
+
+}  // namespace
+
+void refresh_display_image(int which_area) {
+  if (XWindow_image == 0) return;
+  const IPOINT2D &R = mosaic.ImageRegionPixels;
+  int C = mosaic.nx_ColorBar;
+  if (which_area == 0 || which_area == 1) {
+    // Cross-hairs, wires and labels live on the window only and are drawn
+    // again over each copy.
+    copy_to_image_window(XPixmap_image, 0, R.x, R.y, 0, TOP_MENU_HEIGHT);
+  }
+  if (which_area == 0 || which_area == 2) {
+    copy_to_image_window(XPixmap_image, R.x, C, R.y, R.x, TOP_MENU_HEIGHT);
+  }
+  if (which_area == 0 || which_area == 3) {
+    copy_to_image_window(XPixmap_TopMenu, 0, XImage_TopMenu->width, XImage_TopMenu->height, 0, 0);
+    copy_to_image_window(XPixmap_BottomMenu, 0, XImage_BottomMenu->width,
+                         XImage_BottomMenu->height, lXBottomMenu, R.y + TOP_MENU_HEIGHT);
+  }
+  if ((which_area == 0 || which_area == 4) && mosaic.nx_RightPanel != 0) {
+    copy_to_image_window(XPixmap_RightPanel, 0, XImage_RightPanel->width,
+                         XImage_RightPanel->height, R.x + C, TOP_MENU_HEIGHT);
+  }
+}
+
+void refresh_display_graph(void) {
+  if (XWindow_graph == 0 || XPixmap_GraphData == 0) return;
+  XCopyArea(XConnection, XPixmap_GraphData, XWindow_graph, XGC_image, 0, 0,
+            (unsigned)graph.size.x, (unsigned)graph.size.y, 0, 15);
+}
+
+void Update_Regions(void) {
+  bool tracing = event_trace_enabled();
+  double start = tracing ? event_trace_now_ms() : 0.0;
+  int bits = mosaic.update_regions;
+
+  image_scale_slope = 255.0f / (image_scale_max - image_scale_min);
+  image_scale_offset = 255.0f - image_scale_max * image_scale_slope;
+
+  if (images_need_composing(bits)) {
+    // Slice composition joins here once the image planes are drawn.
+  }
+  if (bits & (REGION_IMAGES | REGION_CROSS | REGION_COPY)) refresh_display_image(1);
+  if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) refresh_display_image(2);
+  if (bits & REGION_MENUS) refresh_display_image(3);
+  if (bits & REGION_RIGHT_PANEL) refresh_display_image(4);
+
+  if (tracing) event_trace_update(bits, graph.update_regions, event_trace_now_ms() - start);
+}
+
+void update_XWindow_image(int ReMake) {
+  if (ReMake) make_XWindow_image();
+  mosaic.update_regions = 0x1FB;
+  Update_Regions();
+
+  const char *line1 = nullptr, *line2 = nullptr, *line3 = nullptr;
+  if (mosaic.PixelScale > 1.0f) {
+    line1 = "Data are undersampled.";
+    line2 = "Pixel size / data size < 1.";
+    line3 = mosaic.display_3orthogonal ? "Try mosaic mode with 1 or a few slices"
+                                       : "Reduce slice set or try 3-plane display.";
+  } else if (mosaic.display_3orthogonal) {
+    line1 = "Navigate using mouse clicks,";
+    line2 = "OR 4 arrows + > or <";
+    line3 = "OR mouse scroll wheel.";
+  } else if (mosaic.DimPanels.z < mosaic.DisplayVolumeDim.z) {
+    line1 = "Reduced slice set is shown.";
+    line2 = "Use in/out (</>) arrows";
+    line3 = "or mouse scroll wheel to show other slices.";
+  }
+  if (line1)
+    show_on_info_line(0, 0, const_cast<char *>(line1), const_cast<char *>(line2),
+                      const_cast<char *>(line3));
+}

@@ -1,0 +1,77 @@
+// What this viewer adds to the common event handling: its own keys in each
+// window, quitting and the time animation.
+#include <cstring>
+
+#include "zor_exit.h"
+#include "zor_x11.h"
+
+int image_event_handler_specific(XEvent *event) {
+  char key;
+  if (!get_key_press(&event->xkey, &key)) return 1;
+  switch (key) {
+    // Region statistics and the map toggle have their own keys here, but
+    // the common keys "r", "R" and "v" are claimed before they arrive.
+    case 'r':
+    case 'R':
+    case 'v': return 0;
+    default: break;
+  }
+  if (event->xany.window == XWindow_image) graph_event_handler_general(event);
+  return 0;
+}
+
+int graph_event_handler_specific(XEvent *event) {
+  char key;
+  if (!get_key_press(&event->xkey, &key)) return 1;
+  switch (key) {
+    // Fits of the point spread, region tables, range and units: the graph's
+    // own keys, acting once the graph draws.
+    case 'F': case 'f': case 'R': case 'r': case 'i': case 'l': case 'u': return 0;
+    default: break;
+  }
+  // No time-series model claims keys yet: the key acts on the image.
+  if (XWindow_graph != 0 && event->xany.window == XWindow_graph)
+    image_event_handler_general(event);
+  return 0;
+}
+
+void action_quit_specific(void) {}
+
+void action_quit(void) {
+  char answer[1024];
+  get_X11_string(2, "Really quit?", "(y,Y,other)", "", 0, 0, answer);
+  if (strcmp(answer, "y") == 0 || strcmp(answer, "Y") == 0) {
+    action_quit_specific();
+    zor_exit(0);
+  }
+  char continuing[] = "continuing...", blank[] = " ";
+  show_on_info_line(2, 0, continuing, blank, blank);
+}
+
+// Whether an event of ours asks the animation to stop.
+static bool stops_animation(const XEvent &event) {
+  bool ours = (XWindow_image != 0 && event.xany.window == XWindow_image) ||
+              (XWindow_graph != 0 && event.xany.window == XWindow_graph);
+  bool input = event.type == KeyPress || event.type == ButtonPress ||
+               event.type == ButtonRelease || event.type == MotionNotify;
+  return ours && input;
+}
+
+void action_animate(void) {
+  char progress[] = "animation in progress, any key will quit", blank[] = " ";
+  show_on_info_line(0, 0, progress, blank, blank);
+  XSync(XConnection, True);
+  for (;;) {
+    bool stop = false;
+    while (!stop && XPending(XConnection) > 0) {
+      XEvent event;
+      XNextEvent(XConnection, &event);
+      stop = stops_animation(event);
+    }
+    if (stop) break;
+    mosaic.update_regions |= REGION_IMAGES | REGION_INFO;
+    graph.update_regions |= 0x8;
+    Update_Regions();
+    XFlush(XConnection);
+  }
+}
