@@ -1,7 +1,8 @@
-// Program entry: command line or start-up file, options, then the volumes'
-// headers. Loading, models, windows and the event loop follow in later
-// steps, in the order written out below.
+// Program entry: command line or start-up file, options, then the stacks.
+// Models, windows and the event loop follow in later steps, in the order
+// written out below.
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -30,25 +31,13 @@ void zorview_startup_reset(void) {
   clear_file_list(&image_files);
   clear_file_list(&anatomy_files);
   clear_file_list(&activation_files);
+  for (data_stack *stack : {&image_stack, &anatomy_stack, &activation_stack}) {
+    free_stack_data(stack->nt, stack);
+    memset(stack, 0, sizeof *stack);
+  }
+  read_SpaceTime_data_reset();
   my_getopt_reset();
 }
-
-namespace {
-
-// Until the stacks are loaded, each named volume is at least described: its
-// header is read, and its summary shown as a verbose load would show it.
-int describe_file_list(file_list *list, int Verbose) {
-  if (file_list_is_empty(list)) return 0;
-  for (file_list *node = list; node; node = node->next) {
-    if (read_volume_header(Verbose, node->file_name, &node->header)) return 1;
-    if (!Verbose) print_volume_header_summary(&node->header);
-    node->nt = node->header.nt;
-    node->time_step = node->header.resolution_t;
-  }
-  return 0;
-}
-
-}  // namespace
 
 int zorview_main(int argc, char **argv) {
   // 1. The argument list: any number of tokens of any length.
@@ -80,13 +69,20 @@ int zorview_main(int argc, char **argv) {
     zor_exit(1);
   }
 
-  // 7-9. Next: load the stacks in the fixed order anatomy, activation,
-  //      images (the first anatomy file sets the common grid). For now the
-  //      headers are read in that order, and a bad one ends the run.
+  // 7-9. The stacks, in the fixed order anatomy, activation, images: the
+  //      first file loaded sets the common grid for all of them.
   const int Verbose = startup_options.Verbose;
-  if (describe_file_list(&anatomy_files, Verbose)) zor_exit(1);
-  if (describe_file_list(&activation_files, Verbose)) zor_exit(1);
-  if (describe_file_list(&image_files, Verbose)) zor_exit(1);
+  int nfiles = 0, nruns = 0;
+  if (!file_list_is_empty(&anatomy_files) &&
+      read_SpaceTime_data(Verbose, 1, &anatomy_stack, &anatomy_files, &nfiles))
+    zor_exit(1);
+  if (!file_list_is_empty(&activation_files) &&
+      read_SpaceTime_data(Verbose, 1, &activation_stack, &activation_files, &nfiles))
+    zor_exit(1);
+  // Next: maps given as natural logarithms (scale_log 2) are converted to
+  // base 10 here, once the image-window actions exist.
+  if (read_SpaceTime_data(Verbose, 1, &image_stack, &image_files, &nruns)) zor_exit(1);
+  (void)nruns;
 
   // 10. The shortest image file decides whether a default model can run.
   int min_nt = 100000;
@@ -94,10 +90,17 @@ int zorview_main(int argc, char **argv) {
     if (node->nt < min_nt) min_nt = node->nt;
   (void)min_nt;
 
-  // Next, in this order: the warning for voxel axes not parallel to the
-  // coordinates; the default model when every image file has more than 2
-  // time points; the display state; wires, overlays and tracts; the graph;
-  // the windows and the first picture; then the event loop, which only a
-  // confirmed quit ends.
+  // 11. Wire frames assume voxel axes parallel to the coordinate axes.
+  if (image_stack.off_diagonal) {
+    puts("Warning: the data has voxel indices             (i,j,k)");
+    puts("         that are not parallel with coordinates (x,y,z).");
+    puts("         The coordinates will display correctly, but");
+    puts("         wire frames won't work.");
+  }
+
+  // Next, in this order: the default model when every image file has more
+  // than 2 time points; the display state; wires, overlays and tracts; the
+  // graph; the windows and the first picture; then the event loop, which
+  // only a confirmed quit ends.
   return 0;
 }

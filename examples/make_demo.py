@@ -1,13 +1,15 @@
 #!/usr/bin/python3
-"""Writes a small demo study in the viewer's native format: a 4-D run of
-16-bit integers (a bright blob that rises and falls over time, on a quiet
-background with a little noise) and a matching activation map of floats.
+"""Writes a small demo study: a 4-D NIfTI-1 run of 16-bit integers (a bright
+blob that rises and falls over time, on a quiet background with a little
+noise) and a matching activation map of floats in the viewer's native format.
 
 Usage: /usr/bin/python3 examples/make_demo.py [output folder, default demo]
 """
 import os
+import struct
 import sys
 
+import nibabel as nib
 import numpy as np
 
 NX, NY, NZ, NT = 32, 32, 8, 20
@@ -47,17 +49,30 @@ def main():
     for i in range(NT):
         volume = 800.0 * tissue + 300.0 * blob * response[i] + rng.normal(0, 15, tissue.shape)
         run[i] = np.clip(np.rint(volume), -32768, 32767).astype(np.int16)
-    # x fastest, then y, then z, then t, in this machine's byte order.
-    run.tofile(os.path.join(out, "run1.bshort"))
-    with open(os.path.join(out, "run1.hdr"), "w") as f:
-        f.write(header("short", NT, "demo run: a blob that follows a 10 s on/off block design"))
+    # The run as NIfTI-1, on the same centred grid as the map.
+    affine = np.diag(list(RESOLUTION) + [1.0])
+    affine[:3, 3] = [-(n - 1) * r / 2 for n, r in zip((NX, NY, NZ), RESOLUTION)]
+    image = nib.Nifti1Image(np.ascontiguousarray(run.transpose(3, 2, 1, 0)), affine)
+    image.set_qform(affine, code=1)
+    image.set_sform(affine, code=1)
+    image.header.set_xyzt_units("mm", "sec")
+    image.header.set_zooms(RESOLUTION + (TIME_STEP,))
+    image.header.set_data_dtype(np.int16)
+    image.header["descrip"] = b"demo run: a blob following a 10 s on/off block design"
+    run_name = os.path.join(out, "run1.nii")
+    nib.save(image, run_name)
+    # nibabel marks unscaled data with a NaN slope; the viewer scales by any
+    # slope but 0, so the stored values are declared as they are: slope 1.
+    with open(run_name, "r+b") as f:
+        f.seek(112)
+        f.write(struct.pack("=ff", 1.0, 0.0))
 
     activation = (8.0 * blob * tissue).astype(np.float32)
     activation.tofile(os.path.join(out, "activation.bfloat"))
     with open(os.path.join(out, "activation.hdr"), "w") as f:
         f.write(header("float", 1, "demo activation map"))
 
-    print(f"demo study written to {out}/: run1.bshort ({NX}x{NY}x{NZ}x{NT}), activation.bfloat")
+    print(f"demo study written to {out}/: run1.nii ({NX}x{NY}x{NZ}x{NT}), activation.bfloat")
 
 
 if __name__ == "__main__":

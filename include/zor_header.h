@@ -78,6 +78,18 @@ void swap_32(void *pointer);
 // NIfTI-1 and FreeSurfer headers.
 int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header);
 int read_freesurfer_header(const char *file_name, XD_HEADER *header);
+// `values` holds FS_NVALUES floats: the corner coordinates (r, a, s each)
+// and the acquisition values that have no field in XD_HEADER.
+enum {
+  FS_TOP_LEFT = 0,
+  FS_TOP_RIGHT = 3,
+  FS_BOTTOM_RIGHT = 6,
+  FS_NORMAL = 9,
+  FS_IMAGE_TE = 12,
+  FS_IMAGE_TI = 13,
+  FS_FLIP_ANGLE = 14,
+  FS_NVALUES = 15
+};
 int decode_freesurfer_header_keyword(char *line, XD_HEADER *header, float *values);
 
 #endif

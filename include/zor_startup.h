@@ -31,8 +31,9 @@ struct zorview_options {
 
 extern zorview_options startup_options;
 
-// Sets the options to their defaults, empties the three file lists and
-// rewinds the option scanner, so that main can run again in one process.
+// Sets the options to their defaults, empties the three file lists and the
+// three stacks, forgets the grid the first load fixed, and rewinds the option
+// scanner, so that main can run again in one process.
 void zorview_startup_reset(void);
 
 // Appends the words of the first line (after the command name) of a

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The demo study: the generator writes a native run and map whose sizes
-# match their headers, and the program describes both.
+# The demo study: the generator writes a NIfTI-1 run and a native map whose
+# sizes match their headers, and the program loads both.
 set -eu
 program=$(realpath "$1")
 root=${ZOR_SOURCE_DIR:-$(cd "$(dirname "$0")/../.." && pwd)}
@@ -10,16 +10,24 @@ trap 'rm -rf "$work"' EXIT
 /usr/bin/python3 "$root/examples/make_demo.py" "$work/demo" >/dev/null
 
 size() { stat -c %s "$1"; }
-[ "$(size "$work/demo/run1.bshort")" -eq $((32 * 32 * 8 * 20 * 2)) ] || {
-  echo "FAIL run size $(size "$work/demo/run1.bshort")"; exit 1; }
+[ "$(size "$work/demo/run1.nii")" -eq $((352 + 32 * 32 * 8 * 20 * 2)) ] || {
+  echo "FAIL run size $(size "$work/demo/run1.nii")"; exit 1; }
 [ "$(size "$work/demo/activation.bfloat")" -eq $((32 * 32 * 8 * 4)) ] || {
   echo "FAIL map size"; exit 1; }
 
-out=$("$program" -v "$work/demo/run1.bshort" -a "$work/demo/activation.bfloat")
-expected='magnitude data, floating point
-voxels (32,32,8,1), res (3,3,5,2)
-magnitude data, short ints, voxels (32,32,8,20), res (3,3,5,2)'
-if [ "$out" != "$expected" ]; then
-  echo "FAIL summary:"; echo "$out"; exit 1
+run=$work/demo/run1.nii
+map=$work/demo/activation.bfloat
+"$program" -v "$run" -a "$map" >"$work/out"
+{
+  printf 'magnitude data, floating point\nvoxels (32,32,8,1), res (3,3,5,2)\n'
+  printf 'voxels (32,32,8,1), res (3,3,5,2)\n\r%s: 100 %%\n' "$map"
+  printf 'The NIFTI header for file %s uses Method 3: affine transformation of voxel indices\n' "$run"
+  printf 'magnitude data, short ints, voxels (32,32,8,20), res (3,3,5,2)\n'
+  for p in 0 10 20 30 40 50 60 70 80 90; do printf '\r%s: %d %%' "$run" "$p"; done
+  printf '\r%s: 100 %%\n' "$run"
+} >"$work/expected"
+if ! cmp -s "$work/out" "$work/expected"; then
+  echo "FAIL load output:"; diff <(tr '\r' '\n' <"$work/expected") <(tr '\r' '\n' <"$work/out") | head -20
+  exit 1
 fi
 echo "demo study checks passed"

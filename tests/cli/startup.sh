@@ -27,9 +27,15 @@ expect() {
   fi
 }
 
-summary='magnitude data, short ints, voxels (4,4,2,3), res (1,1,1,0)
+# Loading prints the run's first size, then a closing progress line per file.
+voxels='voxels (4,4,2,3), res (1,1,1,0)
+'
+progress=$'\ra.bshort: 100 %\n'
+summary=$voxels$progress
+verbose_summary='magnitude data, short ints, voxels (4,4,2,3), res (1,1,1,0)
 '
 printf 'x 4\ny 4\nz 2\nt 3\n' >a.hdr
+head -c $((4 * 4 * 2 * 3 * 2)) /dev/zero >a.bshort
 
 usage=$("$program" -h; echo x)
 usage=${usage%x}
@@ -47,7 +53,7 @@ case "$usage" in
 esac
 
 expect "one image" 0 "$summary" "" -- a.bshort
-expect "verbose image" 0 "$summary" "" -- -v a.bshort
+expect "verbose image" 0 "$verbose_summary$summary" "" -- -v a.bshort
 expect "invalid option" 1 'Option -q not valid.
 Program exiting.
 ' "" -- a.bshort -q
@@ -64,7 +70,7 @@ expect "no images" 1 'Error: no image files and no .zorview file
 ' "" -- -a a.bshort
 expect "value missing at the end" 1 'Error: no image files and no .zorview file
 ' "" -- -i
-expect "missing header" 1 "${summary}Error: cannot open vistrel file b.hdr.
+expect "missing header" 1 "${voxels}Error: cannot open vistrel file b.hdr.
 " "" -- a.bshort b.bshort
 for m in -g -r -G -f -t; do
   expect "model $m" 1 "Error: option $m needs time-series models, which are not available yet.
@@ -92,8 +98,8 @@ rm .vistrel .zorview
 # Many tokens and long tokens.
 args=()
 for i in $(seq 1 130); do args+=(a.bshort); done
-expected=""
-for i in $(seq 1 130); do expected+=$summary; done
+expected=$voxels
+for i in $(seq 1 130); do expected+=$progress; done
 expect "130 tokens" 0 "$expected" "" -- "${args[@]}"
 long=$(head -c 6000 /dev/zero | tr '\0' 'o')
 expect "long overlay name" 0 "$summary" "" -- a.bshort -o "$long"
@@ -106,13 +112,14 @@ expect "long image name" 1 "Error: the file name $long is too long.
 { printf 'zorview'; for i in $(seq 1 300); do printf ' a.bshort'; done; printf '\n'; } >.vistrel
 # The first line is read up to 1023 characters: 112 whole words fit, the
 # 113th is cut to "a.bshor" (an unknown extension, so a native file of
-# unknown storage), and the cut-off rest of the line is shown like a note.
+# unknown storage, whose data file is opened but nothing read from it), and
+# the cut-off rest of the line is shown like a note.
+: >a.bshor
 line=$(head -1 .vistrel)
 expected="${line:1023}
-"
-for i in $(seq 1 112); do expected+=$summary; done
-expected+='magnitude data, voxels (4,4,2,3), res (1,1,1,0)
-'
+$voxels"
+for i in $(seq 1 112); do expected+=$progress; done
+expected+=$'\ra.bshor: 100 %\n'
 expect "start-up line beyond the line limit" 0 "$expected" "" --
 rm .vistrel
 

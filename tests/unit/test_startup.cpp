@@ -30,10 +30,11 @@ class Startup : public ::testing::Test {
   void write(const std::string &name, const std::string &content) {
     write_text_file(dir_, name, content);
   }
-  // A small native volume header beside a (never read) data file name.
+  // A small native volume: its header and a data file of zeros.
   void volume(const std::string &stem, int x, int y, int z, int t) {
     write(stem + ".hdr", "x " + std::to_string(x) + "\ny " + std::to_string(y) + "\nz " +
                              std::to_string(z) + "\nt " + std::to_string(t) + "\n");
+    write(stem + ".bshort", std::string(static_cast<size_t>(x) * y * z * t * 2, '\0'));
   }
 
   Captured run(std::vector<std::string> args) {
@@ -61,7 +62,17 @@ class Startup : public ::testing::Test {
 const char kInvoked[] =
     "Error: this program should be invoked as\n"
     "   zorview <image file> [optional arguments]\n\n";
+// The header summary a verbose read prints.
 const char kSummary[] = "magnitude data, short ints, voxels (4,4,2,3), res (1,1,1,0)\n";
+
+// What loading a stack of 4x4x2 files prints: the size of the run's first
+// file, then each file's closing progress line.
+std::string loaded(const std::vector<std::string> &files, int nt = 3, bool first_of_run = true) {
+  std::string out;
+  if (first_of_run) out = "voxels (4,4,2," + std::to_string(nt) + "), res (1,1,1,0)\n";
+  for (const std::string &f : files) out += "\r" + f + ": 100 %\n";
+  return out;
+}
 
 std::string usage_text() {
   return capture_output([] { print_usage(); }).out;
@@ -79,7 +90,7 @@ TEST_F(Startup, VistrelGivesTheCommandLine) {
   write(".vistrel", "zorview a.bshort -z 3\n");
   Captured c = run({});
   EXPECT_EQ(c.exit_status, -1);
-  EXPECT_EQ(c.out, kSummary);
+  EXPECT_EQ(c.out, loaded({"a.bshort"}));
   EXPECT_EQ(names(&image_files), (std::vector<std::string>{"a.bshort"}));
   EXPECT_EQ(startup_options.zoom_window, 3);
 }
@@ -99,7 +110,7 @@ TEST_F(Startup, VistrelWithOnlyTheCommandNameLeadsOnToZorview) {
   write(".zorview", "zorview b.bshort\nnote from zorview\n");
   Captured c = run({});
   EXPECT_EQ(c.exit_status, -1);
-  EXPECT_EQ(c.out, std::string("note from vistrel\nnote from zorview\n") + kSummary);
+  EXPECT_EQ(c.out, "note from vistrel\nnote from zorview\n" + loaded({"b.bshort"}));
   EXPECT_EQ(names(&image_files), (std::vector<std::string>{"b.bshort"}));
 }
 
@@ -144,7 +155,7 @@ TEST_F(Startup, StartupFilesAreIgnoredWhenTheCommandLineHasWords) {
   write(".vistrel", "zorview -q\nnote\n");
   Captured c = run({"a.bshort"});
   EXPECT_EQ(c.exit_status, -1);
-  EXPECT_EQ(c.out, kSummary);
+  EXPECT_EQ(c.out, loaded({"a.bshort"}));
   c = run({"-yes"});  // not a lone "-y": acts as -y, consults nothing
   EXPECT_EQ(c.exit_status, 1);
   EXPECT_EQ(c.out, "Error: no image files and no .zorview file\n");
@@ -159,7 +170,7 @@ TEST_F(Startup, FirstStartupLineIsReadUpTo1023Characters) {
   write(".vistrel", line);
   Captured c = run({});
   EXPECT_EQ(c.exit_status, -1);
-  EXPECT_EQ(c.out, std::string("-q\nnote\n") + kSummary);
+  EXPECT_EQ(c.out, "-q\nnote\n" + loaded({"a.bshort"}));
 }
 
 TEST_F(Startup, StartupLineOfManyWordsIsTakenWhole) {
@@ -171,7 +182,7 @@ TEST_F(Startup, StartupLineOfManyWordsIsTakenWhole) {
   Captured c = run({});
   EXPECT_EQ(c.exit_status, -1);
   EXPECT_EQ(startup_options.Verbose, 1);
-  EXPECT_EQ(c.out, kSummary);
+  EXPECT_EQ(c.out, kSummary + loaded({"a.bshort"}));
 }
 
 TEST_F(Startup, ReadProgramInitFileAppendsWords) {
@@ -201,7 +212,9 @@ TEST_F(Startup, BareWordsAndDashIAreImageFiles) {
   Captured c = run({"a.bshort", "-i", "b.bshort", "a.bshort"});
   EXPECT_EQ(c.exit_status, -1);
   EXPECT_EQ(names(&image_files), (std::vector<std::string>{"a.bshort", "b.bshort", "a.bshort"}));
-  EXPECT_EQ(c.out, std::string(kSummary) + kSummary + kSummary);
+  EXPECT_EQ(c.out, loaded({"a.bshort", "b.bshort", "a.bshort"}));
+  EXPECT_EQ(image_stack.nt, 9);
+  EXPECT_EQ(image_files.next->start_image, 3);
 }
 
 TEST_F(Startup, MapAndAnatomyOptionsFillTheirLists) {
@@ -219,10 +232,14 @@ TEST_F(Startup, MapAndAnatomyOptionsFillTheirLists) {
   }
   EXPECT_EQ(logs, (std::vector<int>{0, 1, 1, 2}));
   EXPECT_EQ(names(&anatomy_files), (std::vector<std::string>{"e.bshort"}));
-  // Headers are read in the order anatomy, activation, images.
-  const std::string e = "magnitude data, short ints, voxels (4,4,2,2), res (1,1,1,0)\n";
-  const std::string m = "magnitude data, short ints, voxels (4,4,2,1), res (1,1,1,0)\n";
-  EXPECT_EQ(c.out, e + m + m + m + m + kSummary);
+  // Stacks are loaded in the order anatomy, activation, images; the first
+  // file of all sets the grid.
+  EXPECT_EQ(c.out, loaded({"e.bshort"}, 2) +
+                       loaded({"m.bshort", "m.bshort", "m.bshort", "m.bshort"}, 1, false) +
+                       loaded({"a.bshort"}, 3, false));
+  EXPECT_EQ(anatomy_stack.nt, 2);
+  EXPECT_EQ(activation_stack.nt, 4);
+  EXPECT_EQ(image_stack.nt, 3);
 }
 
 TEST_F(Startup, NamedFilesOptions) {
@@ -252,7 +269,7 @@ TEST_F(Startup, DefaultsWithoutOptions) {
   EXPECT_EQ(o.UseS, 0);
   EXPECT_EQ(o.Verbose, 0);
   EXPECT_EQ(o.ovl_name, "");
-  EXPECT_EQ(image_stack.nt, 0);
+  EXPECT_EQ(image_stack.nt, 3);  // the one file's time points
   EXPECT_STREQ(program_name, "zorview");
 }
 
@@ -380,14 +397,14 @@ TEST_F(Startup, NoImageFilesIsAnError) {
 TEST_F(Startup, VerboseHeaderReadPrintsTheSummaryOnce) {
   volume("a", 4, 4, 2, 3);
   Captured c = run({"-v", "a.bshort"});
-  EXPECT_EQ(c.out, kSummary);
+  EXPECT_EQ(c.out, kSummary + loaded({"a.bshort"}));
 }
 
 TEST_F(Startup, BadHeaderEndsTheRun) {
   volume("a", 4, 4, 2, 3);
   Captured c = run({"a.bshort", "missing.bshort"});
   EXPECT_EQ(c.exit_status, 1);
-  EXPECT_EQ(c.out, std::string(kSummary) + "Error: cannot open vistrel file missing.hdr.\n");
+  EXPECT_EQ(c.out, "voxels (4,4,2,3), res (1,1,1,0)\nError: cannot open vistrel file missing.hdr.\n");
   write("bad.hdr", "x 4\ny 4\nz 2\n");
   c = run({"-e", "bad.bshort", "a.bshort"});
   EXPECT_EQ(c.exit_status, 1);
@@ -403,9 +420,8 @@ TEST_F(Startup, MoreThanAHundredTokens) {
   EXPECT_EQ(c.exit_status, -1);
   EXPECT_EQ(names(&image_files).size(), 150u);
   EXPECT_EQ(startup_options.flip_X11_y, 0);
-  std::string expected;
-  for (int i = 0; i < 150; i++) expected += kSummary;
-  EXPECT_EQ(c.out, expected);
+  EXPECT_EQ(c.out, loaded(std::vector<std::string>(150, "a.bshort")));
+  EXPECT_EQ(image_stack.nt, 450);
 }
 
 TEST_F(Startup, TokensOfThousandsOfCharacters) {

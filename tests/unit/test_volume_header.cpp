@@ -14,12 +14,14 @@ struct Read {
   int result;
   std::string printed;
   XD_HEADER header;
+  int exit_status;
 };
 
 Read read_header(int verbose, const std::string &name) {
   Read r{};
   Captured c = capture_output([&] { r.result = read_volume_header(verbose, name.c_str(), &r.header); });
   r.printed = c.out;
+  r.exit_status = c.exit_status;
   return r;
 }
 
@@ -152,7 +154,8 @@ TEST(VolumeHeader, ImgIsTakenAsNiftiAndSaysSoWhenVerbose) {
   const std::string line = "Files with .img extensions are assumed to be NIFTI, not ANALYZE\n";
   EXPECT_EQ(quiet.printed.find(line), std::string::npos);
   EXPECT_EQ(verbose.printed.rfind(line, 0), 0u);
-  EXPECT_EQ(quiet.result, 1);
+  // The NIfTI reader took it: eight short lines are no 348-byte header.
+  EXPECT_EQ(quiet.exit_status, 1);
   EXPECT_EQ(quiet.header.file_type, NIFTI_IMG);
 }
 

@@ -1,0 +1,368 @@
+// Reading the voxels of one file into its place in a stack: native and
+// NIfTI volumes, one volume per read, and FreeSurfer slice series.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "zor_alloc.h"
+#include "zor_exit.h"
+#include "zor_stack.h"
+
+namespace {
+
+int storage_bytes(int storage_type) {
+  switch (storage_type) {
+    case BSHORT:
+    case USHORT: return 2;
+    case BLONG:
+    case BFLOAT: return 4;
+    case UINT8: return 1;
+    default: return 0;  // no reading path
+  }
+}
+
+// The loops over whole volumes below are worth vectorizing even at the
+// build's usual optimisation level.
+#pragma GCC push_options
+#pragma GCC optimize("vect-cost-model=dynamic")
+
+void swap_bytes_16(void *data, long count) {
+  uint16_t *p = static_cast<uint16_t *>(data);
+  for (long i = 0; i < count; i++) p[i] = __builtin_bswap16(p[i]);
+}
+
+void swap_bytes_32(void *data, long count) {
+  uint32_t *p = static_cast<uint32_t *>(data);
+  // Shifts and masks rather than a byte-swap instruction: they vectorize
+  // on every x86-64.
+  for (long i = 0; i < count; i++) {
+    const uint32_t x = p[i];
+    p[i] = (x >> 24) | ((x >> 8) & 0xff00u) | ((x << 8) & 0xff0000u) | (x << 24);
+  }
+}
+
+// Converts one volume's stored values to floats in `out`.
+template <typename T>
+void convert(const T *__restrict raw, float *__restrict out, long count) {
+  for (long i = 0; i < count; i++) out[i] = static_cast<float>(raw[i]);
+}
+
+// The same with slope and offset applied on the way, in the same float
+// steps as scaling afterwards: one pass over the volume instead of two.
+template <typename T>
+void convert_scaled(const T *__restrict raw, float *__restrict out, long count, float slope,
+                    float offset) {
+  for (long i = 0; i < count; i++) out[i] = slope * static_cast<float>(raw[i]) + offset;
+}
+
+void scale_in_place(float *values, float slope, float offset, long count) {
+  for (long i = 0; i < count; i++) values[i] = slope * values[i] + offset;
+}
+
+#pragma GCC pop_options
+
+[[noreturn]] void seek_failure(long offset, const char *name) {
+  fprintf(stderr, "\nError doing fseek() to %ld in data file %s\n", offset, name);
+  zor_exit(1);
+}
+
+// The byte position of the data. A value no file position can have ends
+// the run as a failed seek does.
+long data_offset(const XD_HEADER &header, const char *name) {
+  const float offset = header.voxel_offset;
+  if (!(offset > -9.0e18f && offset < 9.0e18f)) {
+    fprintf(stderr, "\nError: the data offset (%g) of file %s is not a file position\n", offset,
+            name);
+    zor_exit(1);
+  }
+  return static_cast<long>(offset);
+}
+
+std::string slice_name(const char *stem, int slice, int storage_type) {
+  char number[16];
+  snprintf(number, sizeof number, "%03d", slice);
+  return std::string(stem) + number + (storage_type == BFLOAT ? ".bfloat" : ".bshort");
+}
+
+// Size of a file in bytes, or -1 when it cannot be opened. Only regular
+// files are measured; for others the reading finds out.
+long long file_size(const char *name, bool *measured) {
+  // Opened without waiting, so that a pipe does not hold the check up.
+  const int fd = open(name, O_RDONLY | O_NONBLOCK);
+  if (fd < 0) return -1;
+  struct stat st;
+  *measured = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+  close(fd);
+  return *measured ? static_cast<long long>(st.st_size) : 0;
+}
+
+int check_freesurfer_series(const data_stack *stack, const file_list *node) {
+  const XD_HEADER &h = node->header;
+  const long long need = static_cast<long long>(node->nt) * h.dim.x * h.dim.y *
+                         (h.storage_type == BFLOAT ? 4 : 2);
+  for (int jz = 0; jz < h.dim.z; jz++) {
+    const std::string name = slice_name(node->file_name, jz, h.storage_type);
+    bool measured = false;
+    const long long size = file_size(name.c_str(), &measured);
+    if (size < 0) {
+      printf("\nError: cannot open file %s\n", node->file_name);
+      return 1;
+    }
+    if (measured && size < need) {
+      printf("Error reading the short data from file %s\n", name.c_str());
+      return 1;
+    }
+  }
+  return 0;
+}
+
+// Slope and offset to apply while converting, when `on`.
+struct Scaling {
+  bool on;
+  float slope, offset;
+};
+
+template <typename T>
+void convert_volume(const T *raw, float *values, long count, Scaling scaling) {
+  if (scaling.on)
+    convert_scaled(raw, values, count, scaling.slope, scaling.offset);
+  else
+    convert(raw, values, count);
+}
+
+// Reads one volume of `npts` values into `values`. UINT8 vector data packs
+// each r, g, b triple into one float 65536 r + 256 g + b at position j/3.
+// Integer values are scaled on the way when `scaling` says so. Returns false
+// on a short read.
+bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *raw,
+                 float *values, Scaling scaling) {
+  switch (header.storage_type) {
+    case BFLOAT:
+      if (fread(values, 4, npts, fp) != static_cast<size_t>(npts)) return false;
+      if (swap) swap_bytes_32(values, npts);
+      return true;
+    case BSHORT:
+    case USHORT:
+      if (fread(raw, 2, npts, fp) != static_cast<size_t>(npts)) return false;
+      if (swap) swap_bytes_16(raw, npts);
+      if (header.storage_type == BSHORT)
+        convert_volume(static_cast<const int16_t *>(raw), values, npts, scaling);
+      else
+        convert_volume(static_cast<const uint16_t *>(raw), values, npts, scaling);
+      return true;
+    case BLONG:
+      if (fread(raw, 4, npts, fp) != static_cast<size_t>(npts)) return false;
+      if (swap) swap_bytes_32(raw, npts);
+      convert_volume(static_cast<const int32_t *>(raw), values, npts, scaling);
+      return true;
+    case UINT8: {
+      if (fread(raw, 1, npts, fp) != static_cast<size_t>(npts)) return false;
+      const unsigned char *b = static_cast<const unsigned char *>(raw);
+      if (header.data_type == DATA_VECTOR) {
+        for (int j = 0; j + 2 < npts; j += 3)
+          values[j / 3] = 65536.0f * b[j] + 256.0f * b[j + 1] + b[j + 2];
+      } else {
+        convert_volume(b, values, npts, scaling);
+      }
+      return true;
+    }
+    default:
+      // Double-precision and unknown storage have no reading path: the
+      // volume keeps what the buffer holds, zeros from the start.
+      return true;
+  }
+}
+
+// Scaling and placement of one volume. Each voxel's scaling is done just
+// before it is placed, and only the first n3d values are scaled: for
+// complex and vector data the scaled values are, apart from the very first,
+// already placed, so such data stays unscaled.
+void place_volume(data_stack *stack, const XD_HEADER &header, int it, float *values,
+                  bool scaled) {
+  const float slope = header.scale_slope, offset = header.scale_offset;
+  const int n3d = stack->n3d;
+  switch (stack->data_type) {
+    case DATA_MAGNITUDE: {
+      // Magnitude volumes are read straight into their place.
+      float *v = stack->Volume[it];
+      if (v != values) memcpy(v, values, sizeof(float) * n3d);
+      if (slope != 0.0f && !scaled) scale_in_place(v, slope, offset, n3d);
+      break;
+    }
+    case DATA_COMPLEX:
+    case DATA_MAGNITUDE_PHASE: {
+      FCOMPLEX *v = stack->fcVolume[it];
+      for (int j = 0; j < n3d; j++) {
+        if (slope != 0.0f) values[j] = slope * values[j] + offset;
+        v[j].real = values[2 * j];
+        v[j].imag = values[2 * j + 1];
+      }
+      break;
+    }
+    case DATA_VECTOR: {
+      POINT3D *v = stack->v3Volume[it];
+      for (int j = 0; j < n3d; j++) {
+        if (slope != 0.0f) values[j] = slope * values[j] + offset;
+        v[j].x = values[3 * j];
+        v[j].y = values[3 * j + 1];
+        v[j].z = values[3 * j + 2];
+      }
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+void show_progress(const char *name, int jt, int nt) {
+  if (nt <= 9 || jt % (nt / 10) != 0) return;
+  int percent = static_cast<int>(floor(100.0 * jt / nt + 0.5));
+  if (percent > 100) percent = 100;
+  printf("\r%s: %d %c", name, percent, '%');
+  fflush(stdout);
+}
+
+}  // namespace
+
+int check_stack_file(const data_stack *stack, const file_list *node) {
+  const XD_HEADER &h = node->header;
+  if (h.file_type == FREESURFER) return check_freesurfer_series(stack, node);
+  bool measured = false;
+  const long long size = file_size(node->file_name, &measured);
+  if (size < 0) {
+    printf("\nError: cannot open file %s.\n", node->file_name);
+    return 1;
+  }
+  const long offset = data_offset(h, node->file_name);
+  if (offset < 0) seek_failure(offset, node->file_name);
+  const long long values = static_cast<long long>(stack->n3d) * values_per_voxel(stack->data_type);
+  const long long need = offset + node->nt * values * storage_bytes(h.storage_type);
+  if (measured && size < need && storage_bytes(h.storage_type) > 0) {
+    printf("Error reading the data from file %s\n", node->file_name);
+    return 1;
+  }
+  return 0;
+}
+
+int read_vistrel_file(data_stack *stack, file_list *file_info) {
+  const XD_HEADER &header = file_info->header;
+  const char *name = file_info->file_name;
+  const bool swap = machine_byte_order() != header.byte_order;
+  FILE *fp = fopen(name, "rb");
+  if (!fp) {
+    printf("\nError: cannot open file %s.\n", name);
+    return 1;
+  }
+  const long offset = data_offset(header, name);
+  if (fseek(fp, offset, SEEK_SET) != 0) {
+    fclose(fp);
+    seek_failure(offset, name);
+  }
+
+  const int npts = stack->npts_volume;
+  float *values = nullptr;
+  if (stack->data_type != DATA_MAGNITUDE) {
+    values = float_vector(npts);
+    memset(values, 0, sizeof(float) * npts);
+  }
+  const int bytes = storage_bytes(header.storage_type);
+  void *raw = nullptr;
+  if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector(npts * bytes);
+
+  // Magnitude volumes of integers are scaled while they are converted.
+  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
+                        header.storage_type == BLONG ||
+                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
+  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
+                               header.scale_slope != 0.0f,
+                           header.scale_slope, header.scale_offset};
+
+  const int nt = file_info->nt;
+  for (int jt = 0; jt < nt; jt++) {
+    show_progress(name, jt, nt);
+    const int it = file_info->start_image + jt;
+    float *target = stack->data_type == DATA_MAGNITUDE ? stack->Volume[it] : values;
+    if (!read_volume(fp, header, swap, npts, raw, target, scaling)) {
+      free(raw);
+      free(values);
+      fclose(fp);
+      printf("Error reading the data from file %s\n", name);
+      return 1;
+    }
+    place_volume(stack, header, it, target, scaling.on);
+  }
+  free(raw);
+  free(values);
+  fclose(fp);
+  printf("\r%s: 100 %c\n", name, '%');
+  fflush(stdout);
+  return 0;
+}
+
+int read_freesurfer_file(data_stack *stack, file_list *file_info) {
+  const XD_HEADER &header = file_info->header;
+  const char *stem = file_info->file_name;
+  if (!stack->Volume) {
+    printf("Error: the series %s cannot join a stack of complex or vector data.\n", stem);
+    return 1;
+  }
+  const int npts2d = header.dim.x * header.dim.y;
+  const bool swap = machine_byte_order() != header.byte_order;
+  const int nt = file_info->nt;
+  const bool progress =
+      static_cast<long long>(nt) * header.dim.z * npts2d > 1000000 && header.dim.z > 1;
+  const bool floats = header.storage_type == BFLOAT;
+  float *values = float_vector(npts2d);
+  int16_t *shorts = floats ? nullptr : short_vector(npts2d);
+
+  for (int jz = 0; jz < header.dim.z; jz++) {
+    const std::string name = slice_name(stem, jz, header.storage_type);
+    FILE *fp = fopen(name.c_str(), "rb");
+    if (!fp) {
+      free(shorts);
+      free_float_vector(values);
+      printf("\nError: cannot open file %s\n", stem);
+      return 1;
+    }
+    if (progress) {
+      printf("\r%s: slice %d", stem, jz);
+      fflush(stdout);
+    }
+    for (int jt = 0; jt < nt; jt++) {
+      const size_t got = floats ? fread(values, 4, npts2d, fp) : fread(shorts, 2, npts2d, fp);
+      if (got != static_cast<size_t>(npts2d)) {
+        fclose(fp);
+        free(shorts);
+        free_float_vector(values);
+        printf("Error reading the short data from file %s\n", name.c_str());
+        return 1;
+      }
+      if (floats) {
+        if (swap) swap_bytes_32(values, npts2d);
+      } else {
+        if (swap) swap_bytes_16(shorts, npts2d);
+        convert(shorts, values, npts2d);
+      }
+      // The start image shifts the space index, not the time index: a
+      // series lands right only as the first file of its stack. Values
+      // that the shift pushes past the volume are dropped.
+      float *volume = stack->Volume[jt];
+      const long base = static_cast<long>(file_info->start_image) + static_cast<long>(jz) * npts2d;
+      for (int j = 0; j < npts2d && base + j < stack->n3d; j++) volume[base + j] = values[j];
+    }
+    fclose(fp);
+  }
+  free(shorts);
+  free_float_vector(values);
+  if (progress) {
+    printf("\r%s: 100 %c\n", stem, '%');
+    fflush(stdout);
+  }
+  return 0;
+}
