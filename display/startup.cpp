@@ -8,6 +8,7 @@
 
 #include "zor.h"
 #include "zor_startup.h"
+#include "zor_x11.h"
 #include "zorview_main.h"
 
 char program_name[1024] = "zorview";
@@ -36,6 +37,7 @@ void zorview_startup_reset(void) {
     memset(stack, 0, sizeof *stack);
   }
   read_SpaceTime_data_reset();
+  compute_display_size_reset();
   my_getopt_reset();
 }
 
@@ -98,9 +100,31 @@ int zorview_main(int argc, char **argv) {
     puts("         wire frames won't work.");
   }
 
-  // Next, in this order: the default model when every image file has more
-  // than 2 time points; the display state; wires, overlays and tracts; the
-  // graph; the windows and the first picture; then the event loop, which
-  // only a confirmed quit ends.
-  return 0;
+  // Next: the default model when every image file has more than 2 time
+  // points.
+
+  // 13. The display state, with what the options asked for.
+  mosaic.zoom_window = startup_options.zoom_window;
+  mosaic.zoom_image = 1;
+  mosaic.pan = IPOINT3D{0, 0, 0};
+  mosaic.flip_X11_y = startup_options.flip_X11_y;
+  mosaic.Attach_ColorBar = 1;
+  mosaic.display_ortho_ZY = startup_options.display_ortho_ZY;
+  mosaic.mosaic_orientation = ORTHO_XY;
+  graph.type = -1;
+  initialize_mosaic_ovl(startup_options.number_panels);
+  mosaic.DimPanels.x = startup_options.nPanelsX;
+
+  // Next, in this order: wires, overlays and tracts; the graph.
+
+  // 18. The windows and the first picture.
+  initialize_XWindows();
+  update_XWindow_image(1);
+  graph.update_regions |= 1;
+  mosaic.update_regions = 1;
+  Update_Regions();
+
+  // 19. Only a confirmed quit ends the loop.
+  loop_X_events();
+  zor_exit(1);
 }

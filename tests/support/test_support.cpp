@@ -98,3 +98,20 @@ std::string write_binary_file(const std::string &dir, const std::string &name, c
   f.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
   return path;
 }
+
+Captured capture_until_windows(const std::function<void()> &body) {
+  const char *display = getenv("DISPLAY");
+  std::string saved = display ? display : "";
+  unsetenv("DISPLAY");
+  Captured c = capture_output(body);
+  if (display) setenv("DISPLAY", saved.c_str(), 1);
+  const std::string no_display =
+      "Error trying to open the display.\n"
+      "If you are using ssh to connect from another system, try 'ssh -X'\n";
+  if (c.exit_status == 1 && c.out.size() >= no_display.size() &&
+      c.out.compare(c.out.size() - no_display.size(), no_display.size(), no_display) == 0) {
+    c.out.erase(c.out.size() - no_display.size());
+    c.exit_status = -1;
+  }
+  return c;
+}

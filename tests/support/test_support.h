@@ -23,6 +23,12 @@ struct Captured {
 };
 Captured capture_output(const std::function<void()> &body);
 
+// Runs the program's entry in process as far as its windows: DISPLAY is
+// removed for the call, and a run that ends only because no display can be
+// opened counts as a start that went through (exit_status -1), without the
+// two lines the failed connection prints.
+Captured capture_until_windows(const std::function<void()> &body);
+
 // A fresh empty folder under the system's temporary folder, removed at exit.
 std::string make_temp_dir();
 // Writes `content` to dir/name and returns the full path.

@@ -51,7 +51,7 @@ class StartupLoading : public ::testing::Test {
     args.insert(args.begin(), "zorview");
     std::vector<char *> argv;
     for (auto &a : args) argv.push_back(a.data());
-    return capture_output([&] { zorview_main(static_cast<int>(argv.size()), argv.data()); });
+    return capture_until_windows([&] { zorview_main(static_cast<int>(argv.size()), argv.data()); });
   }
 
   std::string dir_, saved_dir_;
