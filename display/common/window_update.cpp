@@ -3,6 +3,8 @@
 // repaints what the bits name, from the pixmaps, in a fixed order.
 #include <algorithm>
 
+#include "zor_colour.h"
+#include "zor_compose.h"
 #include "zor_event_trace.h"
 #include "zor_x11.h"
 
@@ -36,6 +38,7 @@ void refresh_display_image(int which_area) {
   }
   if (which_area == 0 || which_area == 2) {
     copy_to_image_window(XPixmap_image, R.x, C, R.y, R.x, TOP_MENU_HEIGHT);
+    label_colorbar();
   }
   if (which_area == 0 || which_area == 3) {
     copy_to_image_window(XPixmap_TopMenu, 0, XImage_TopMenu->width, XImage_TopMenu->height, 0, 0);
@@ -62,9 +65,15 @@ void Update_Regions(void) {
   image_scale_slope = 255.0f / (image_scale_max - image_scale_min);
   image_scale_offset = 255.0f - image_scale_max * image_scale_slope;
 
+  if (bits & REGION_NEIGHBORS) create_neighborhoods();
   if (images_need_composing(bits)) {
-    // Slice composition joins here once the image planes are drawn.
+    if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) update_color_scheme();
+    if (mosaic.display_3orthogonal)
+      make_orthogonal_images();
+    else
+      make_mosaic_images();
   }
+  if (bits & REGION_COLORBAR) create_colorbar();
   if (bits & (REGION_IMAGES | REGION_CROSS | REGION_COPY)) refresh_display_image(1);
   if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) refresh_display_image(2);
   if (bits & REGION_MENUS) refresh_display_image(3);
