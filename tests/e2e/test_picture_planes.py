@@ -1,0 +1,99 @@
+"""Gray values of known voxels at computed window pixels: every panel of a
+mosaic, the three planes, zoom, interpolation on and off."""
+
+import math
+
+import zore2e as e2e
+import picture_kit as kit
+
+SHAPE = (8, 6, 4)
+
+
+def value(x, y, z):
+    # Integers 0 .. 255 with both ends present: gray level = value.
+    return 255 if (x, y, z) == (7, 5, 3) else (x * 5 + y * 11 + z * 50) % 255
+
+
+def lanczos2(x):
+    if abs(x) < 1e-5:
+        return 1.0
+    if abs(x) > 2:
+        return 0.0
+    pix = math.pi * x
+    return 2 * math.sin(pix) * math.sin(pix / 2) / (pix * pix)
+
+
+class Planes(e2e.ViewerTestCase):
+    def start(self, options, shape=SHAPE, fn=value):
+        argv = kit.harness_argv(self.work, shape, kit.volume(shape, fn), options)
+        v = self.run_viewer(argv)
+        w = v.window(r"zorview \(zoom = [0-9]+\)")
+        v.wait_event("Expose")
+        return v, w
+
+    def test_every_voxel_of_every_mosaic_panel(self):
+        v, w = self.start(["-z", "3", "-c", "0"])
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 3, columns=2)
+        for z in range(4):
+            for y in range(6):
+                for x in range(8):
+                    for dx, dy in ((0, 0), (2, 2)):
+                        px, py = layout.mosaic(x, y, z, dx, dy)
+                        self.assertEqual(img.pixel(px, py), kit.gray(value(x, y, z)),
+                                         "voxel %s at %s" % ((x, y, z), (px, py)))
+
+    def test_without_flip_rows_go_down_with_y(self):
+        v, w = self.start(["-z", "2", "-y", "-c", "0"])
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 2, columns=2, flip=False)
+        for (x, y, z) in ((0, 0, 0), (7, 5, 3), (3, 1, 2)):
+            self.assertEqual(img.pixel(*layout.mosaic(x, y, z)), kit.gray(value(x, y, z)))
+
+    def test_three_planes_through_the_cross(self):
+        v, w = self.start(["-m", "-1", "-z", "2", "-c", "0", "-cross", "2", "3", "1"])
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 2, three=True)
+        for x in range(8):
+            for y in range(6):
+                self.assertEqual(img.pixel(*layout.plane("XY", x, y)), kit.gray(value(x, y, 1)))
+        for z in range(4):
+            for y in range(6):
+                self.assertEqual(img.pixel(*layout.plane("ZY", z, y)), kit.gray(value(2, y, z)))
+            for x in range(8):
+                self.assertEqual(img.pixel(*layout.plane("XZ", x, z)), kit.gray(value(x, 3, z)))
+
+    def test_yz_as_third_plane(self):
+        v, w = self.start(["-m", "-1", "-z", "2", "-c", "0", "-Y", "-cross", "5", "3", "1"])
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 2, three=True)
+        for y in range(6):
+            for z in range(4):
+                self.assertEqual(img.pixel(*layout.plane("YZ", y, z)), kit.gray(value(5, y, z)))
+
+    def test_interpolation_blends_and_its_absence_repeats(self):
+        # A step from 0 to 255 between x = 3 and x = 4.
+        step = lambda x, y, z: 255.0 if x >= 4 else 0.0
+        v, w = self.start(["-z", "4", "-c", "0"], fn=step)
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 4, columns=2)
+        row = [img.pixel(*layout.mosaic(3, 2, 0, dx=d)) for d in range(4)]
+        self.assertEqual(row, [0] * 4)
+        v.close()
+        v, w = self.start(["-z", "4", "-c", "0", "-i"], fn=step)
+        img = v.capture(w)
+        row = [img.pixel(*layout.mosaic(3, 2, 0, dx=d)) & 0xFF for d in range(4)]
+        # Sub-pixel d of voxel 3 sits at x = 3 + (d + 0.5) / 4 and blends
+        # voxels 3 and 4 by the kernel's weights.
+        for d in range(4):
+            t = (d + 0.5) / 4
+            w3, w4 = lanczos2(t), lanczos2(1 - t)
+            self.assertAlmostEqual(row[d], 255 * w4 / (w3 + w4), delta=1.0)
+        self.assertTrue(0 < row[0] < row[1] < row[2] < row[3] < 255, row)
+        for d in range(4):
+            p = img.pixel(*layout.mosaic(3, 2, 0, dx=d))
+            self.assertEqual(p >> 16, p & 0xFF)
+
+
+if __name__ == "__main__":
+    e2e.main()
