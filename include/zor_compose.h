@@ -38,6 +38,9 @@ int gray_level(float fData);
 // The sample shown at a voxel, by the data type of the stack and the
 // display's choice of function of complex or vector samples.
 float mosaic_data_1d(int ispace);
+// Whether the shown volume has samples; a stack whose volumes are not
+// loaded leaves the panels as the layout filled them.
+int shown_samples_exist(void);
 float activation_data_1d(int ispace);
 float mosaic_data_3d(IPOINT3D voxel);
 float activation_data_3d(IPOINT3D voxel);

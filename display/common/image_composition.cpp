@@ -112,6 +112,15 @@ unsigned long vector_colour(POINT3D v3Map, int g) {
 
 }  // namespace
 
+int shown_samples_exist(void) {
+  if (!mosaic.stack) return 0;
+  switch (mosaic.stack->data_type) {
+    case 0: return mosaic.fSpaceMatrix != nullptr;
+    case 3: return mosaic.v3SpaceMatrix != nullptr;
+    default: return mosaic.fcSpaceMatrix != nullptr;
+  }
+}
+
 float mosaic_data_1d(int ispace) {
   const data_stack *stack = mosaic.stack;
   if (ispace < 0 || ispace >= stack->n3d) {
@@ -119,11 +128,17 @@ float mosaic_data_1d(int ispace) {
            stack->n3d);
     zor_exit(1);
   }
+  // A stack whose volumes are not loaded reads as zeros.
   switch (stack->data_type) {
-    case 0: return mosaic.fSpaceMatrix[ispace];
-    case 1: return complex_value(mosaic.fcSpaceMatrix[ispace], false, mosaic.display_data_type);
-    case 2: return complex_value(mosaic.fcSpaceMatrix[ispace], true, mosaic.display_data_type);
-    case 3: return vector_value(mosaic.v3SpaceMatrix[ispace], mosaic.display_data_type);
+    case 0: return mosaic.fSpaceMatrix ? mosaic.fSpaceMatrix[ispace] : 0.0f;
+    case 1:
+    case 2:
+      if (!mosaic.fcSpaceMatrix) return 0.0f;
+      return complex_value(mosaic.fcSpaceMatrix[ispace], stack->data_type == 2,
+                           mosaic.display_data_type);
+    case 3:
+      if (!mosaic.v3SpaceMatrix) return 0.0f;
+      return vector_value(mosaic.v3SpaceMatrix[ispace], mosaic.display_data_type);
     default:
       printf("Programming error: data type = %d in function mosaic_data_1d\n", stack->data_type);
       zor_exit(1);
@@ -133,16 +148,17 @@ float mosaic_data_1d(int ispace) {
 
 float activation_data_1d(int ispace) {
   switch (activation.data_type) {
-    case 1: return activation.fSpaceMatrix[ispace];
+    case 1: return activation.fSpaceMatrix ? activation.fSpaceMatrix[ispace] : 0.0f;
     case 2: {
       int stored = activation.stack ? activation.stack->data_type : 0;
-      if (stored != 1 && stored != 2) return 0.0f;
+      if ((stored != 1 && stored != 2) || !activation.fcSpaceMatrix) return 0.0f;
       return complex_value(activation.fcSpaceMatrix[ispace], stored == 2,
                            activation.display_data_type);
     }
     case 3:
       if (activation.display_data_type == 4)
         return activation.fTractMap ? activation.fTractMap[ispace] : 0.0f;
+      if (!activation.v3SpaceMatrix) return 0.0f;
       return vector_value(activation.v3SpaceMatrix[ispace], activation.display_data_type);
     default: return 0.0f;
   }

@@ -33,16 +33,6 @@ int slices_along_display_axis(void) {
   }
 }
 
-// Whether the shown volume has samples to compose; a stack without any
-// leaves the panels as the layout filled them.
-bool samples_exist(void) {
-  switch (mosaic.stack->data_type) {
-    case 0: return mosaic.fSpaceMatrix != nullptr;
-    case 3: return mosaic.v3SpaceMatrix != nullptr;
-    default: return mosaic.fcSpaceMatrix != nullptr;
-  }
-}
-
 }  // namespace
 
 void make_image(int which_image, int iXYZ) {
@@ -60,7 +50,7 @@ void make_image(int which_image, int iXYZ) {
 }
 
 void make_orthogonal_images(void) {
-  if (!samples_exist()) return;
+  if (!shown_samples_exist()) return;
   const int Z = mosaic.zoom_window;
   const IPOINT3D &P = mosaic.PixelDim;
   make_image(ORTHO_XY, 0);
@@ -77,7 +67,7 @@ void make_orthogonal_images(void) {
 }
 
 void make_mosaic_images(void) {
-  if (!samples_exist()) return;
+  if (!shown_samples_exist()) return;
   const int slices = slices_along_display_axis();
   const int panels = mosaic.DimPanels.x * mosaic.DimPanels.y;
   int k = 0;

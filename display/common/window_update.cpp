@@ -3,6 +3,7 @@
 // repaints what the bits name, from the pixmaps, in a fixed order.
 #include <algorithm>
 
+#include "zor_annotate.h"
 #include "zor_colour.h"
 #include "zor_compose.h"
 #include "zor_event_trace.h"
@@ -35,6 +36,17 @@ void refresh_display_image(int which_area) {
     // Cross-hairs, wires and labels live on the window only and are drawn
     // again over each copy.
     copy_to_image_window(XPixmap_image, 0, R.x, R.y, 0, TOP_MENU_HEIGHT);
+    bool projection_graph = graph.type == 0 && graph.space_model != 0;
+    if (mosaic.display_crosshairs > 1 && !projection_graph)
+      draw_crosshairs(mosaic.display_crosshairs - 2);
+    if (wire_root.npts != 0) draw_wire_frames();
+    if (activation.vector_field && mosaic.zoom_window > 3) draw_vector_field();
+    if (mosaic.display_grid != 0) {
+      if (mosaic.display_3orthogonal)
+        label_planes_ortho();
+      else
+        label_planes_mosaic();
+    }
   }
   if (which_area == 0 || which_area == 2) {
     copy_to_image_window(XPixmap_image, R.x, C, R.y, R.x, TOP_MENU_HEIGHT);
@@ -78,6 +90,7 @@ void Update_Regions(void) {
   if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) refresh_display_image(2);
   if (bits & REGION_MENUS) refresh_display_image(3);
   if (bits & REGION_RIGHT_PANEL) refresh_display_image(4);
+  if (bits & (REGION_INFO | REGION_CROSS | REGION_INFO_MOTION)) show_information_text_image();
 
   if (tracing) event_trace_update(bits, graph.update_regions, event_trace_now_ms() - start);
 }
