@@ -74,3 +74,89 @@ def gray(level):
 
 def rgb(r, g, b):
     return (r << 16) | (g << 8) | b
+
+
+def text_bitmap(server, text):
+    """(width, height, ascent, rows) of a string in the default font, drawn
+    by a helper on the same server."""
+    out = server.run([e2e.tool_path("zor_text_bitmap"), text])
+    lines = out.split("\n")
+    width, height, ascent = (int(n) for n in lines[0].split())
+    return width, height, ascent, lines[1:1 + height]
+
+
+def text_at(testcase, img, server, text, x, baseline, ink, paper=None):
+    """Asserts that `text` is drawn with its baseline origin at window pixel
+    (x, baseline): letter pixels in `ink`, the others not (or in `paper`)."""
+    width, height, ascent, rows = text_bitmap(server, text)
+    mismatches = []
+    for j in range(height):
+        for i in range(width):
+            p = img.pixel(x + i, baseline - ascent + j)
+            if rows[j][i] == "1":
+                ok = p == ink
+            else:
+                ok = p != ink if paper is None else p == paper
+            if not ok:
+                mismatches.append((i, j, hex(p)))
+    testcase.assertEqual(mismatches, [], "text %r at (%d, %d)" % (text, x, baseline))
+
+
+# The colour model of the map, in the program's single precision.
+import numpy as _np
+
+_f32 = _np.float32
+
+
+def color_level(v, low, high, top):
+    slope = _f32(top) / (_f32(high) - _f32(low))
+    offset = _f32(top) - _f32(high) * slope
+    x = _np.trunc(slope * _f32(v) + offset)
+    level = int(x) if 0 <= x <= top else top
+    if _f32(v) > _f32(high):
+        level = top
+    if _f32(v) < _f32(low):
+        level = 0
+    return level
+
+
+def scheme0(value, low, high):
+    level = color_level(abs(value), low, high, 383)
+    if not value < 0:
+        return rgb(level + 128, 0, 0) if level < 128 else rgb(255, level - 128, 0)
+    return rgb(0, 0, level + 128) if level < 128 else rgb(0, level - 128, 383 - level)
+
+
+def scheme1(value, low, high):
+    level = color_level(value, low, high, 511)
+    return rgb(level, 0, 255 - level) if level < 256 else rgb(255, level - 256, 0)
+
+
+def scheme2(value, low, high):
+    level = color_level(value, low, high, 1279)
+    if level < 256:
+        return rgb(255 - level, 0, 255)
+    if level < 512:
+        return rgb(0, level - 256, 255)
+    if level < 768:
+        return rgb(0, 255, 767 - level)
+    if level < 1024:
+        return rgb(level - 768, 255, 0)
+    return rgb(255, 1279 - level, 0)
+
+
+def map_pixel(value, gray_level, scheme, low, high, sign=1):
+    """Colour of a pixel with this map value over this gray, opaque map."""
+    v = value * (sign if scheme == 0 else 1)
+    test = abs(v) if scheme == 0 else (v if scheme > 0 else -v)
+    if not test > low:
+        return gray(gray_level)
+    if scheme in (0, 1, -1):
+        return scheme0(v, low, high)
+    if scheme in (2, -2):
+        return scheme1(v if scheme > 0 else -v, low, high)
+    return scheme2(v if scheme > 0 else -v, low, high)
+
+
+def blend(g, trans):
+    return int(_np.trunc(_f32(g) * _f32(trans) + (_f32(1) - _f32(trans)) * _f32(255)))

@@ -155,6 +155,8 @@ int main(int argc, char **argv) {
     if (have_high) set_activation_threshold(1, high);
     if (vector_path) activation.vector_field = 1;
   }
+  // The gray window comes from the whole volume, before any region.
+  rescale_image(1);
   if (region_path) {
     ovl_root.color = (int16_t)region_colour;
     if (read_overlay_file(region_path, &ovl_root)) return 3;
@@ -162,7 +164,6 @@ int main(int argc, char **argv) {
       if (overlay_map.weight[i] != 0.0f) ovl_root.npts++;
   }
   if (wire_path && read_wire_file(wire_path, &wire_root, 0)) return 3;
-  rescale_image(1);
 
   initialize_XWindows();
   update_XWindow_image(1);
