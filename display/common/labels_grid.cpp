@@ -173,6 +173,7 @@ void label_planes_ortho(void) {
     const int istep = tick_step();
     if (grid == 2 && !announced_ortho) {
       printf("label step size = %d mm\n", istep);
+      fflush(stdout);
       announced_ortho = 1;
     }
     const int third = mosaic.display_ortho_ZY ? ORTHO_ZY : ORTHO_YZ;
@@ -188,6 +189,7 @@ void label_planes_mosaic(void) {
   const int istep = tick_step();
   if (grid == 2 && !announced_mosaic) {
     printf("label step size = %d mm\n", istep);
+    fflush(stdout);
     announced_mosaic = 1;
   }
   for (int j = 0; j < mosaic.DisplayVolumeDim.z; j++) {
