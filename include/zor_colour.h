@@ -17,7 +17,11 @@ extern float act_scale_slope, act_scale_offset;
 
 // -1 gives the low threshold, any other value the high one, of the pair of
 // the current scale (log when activation.scale_log is set).
-float get_activation_threshold(int low_or_high);
+inline float get_activation_threshold(int low_or_high) {
+  if (activation.scale_log)
+    return low_or_high == -1 ? activation.thresh_log_low : activation.thresh_log_high;
+  return low_or_high == -1 ? activation.thresh_lin_low : activation.thresh_lin_high;
+}
 void set_activation_threshold(int low_or_high, float value);
 void change_activation_threshold(int low_or_high, float change);
 // One step of a bound, rounded to three significant figures.

@@ -7,6 +7,8 @@
 #ifndef ZOR_COMPOSE_H
 #define ZOR_COMPOSE_H
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "zor_display_state.h"
@@ -53,6 +55,8 @@ void rescale_image_reset(void);
 // Every pixel of a plane image (MOSAIC: panel of slice iXYZ), row by row,
 // `columns * zoom` wide and `rows * zoom` high.
 void compose_plane(int which_image, int iXYZ, std::vector<unsigned long> &pixels);
+// The same into rows of 32-bit RGB pixels `row_pixels` apart.
+void compose_plane_rows(int which_image, int iXYZ, uint32_t *rows, size_t row_pixels);
 void make_image(int which_image, int iXYZ);
 void make_orthogonal_images(void);
 void make_mosaic_images(void);

@@ -35,12 +35,6 @@ void set_threshold_update_bits(void) {
 
 }  // namespace
 
-float get_activation_threshold(int low_or_high) {
-  if (activation.scale_log)
-    return low_or_high == -1 ? activation.thresh_log_low : activation.thresh_log_high;
-  return low_or_high == -1 ? activation.thresh_lin_low : activation.thresh_lin_high;
-}
-
 void set_activation_threshold(int low_or_high, float value) {
   if (low_or_high == -1) {
     // Signed schemes may threshold below 0 on a linear map; magnitude and
@@ -119,9 +113,10 @@ void update_color_scheme(void) {
 
 int activation_color_level(float v, int top) {
   float low = get_activation_threshold(-1), high = get_activation_threshold(1);
-  float x = truncf(act_scale_slope * v + act_scale_offset);
-  // A level that is not a number or lies off the scale takes the top.
-  int level = (x >= 0.0f && x <= (float)top) ? (int)x : top;
+  // The truncated level, as comparisons on the untruncated value. A level
+  // that is not a number or lies off the scale takes the top.
+  const float x = act_scale_slope * v + act_scale_offset;
+  int level = (x > -1.0f && x < (float)top + 1.0f) ? (int)x : top;
   if (v > high) level = top;
   if (v < low) level = 0;
   return level;

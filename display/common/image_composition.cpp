@@ -45,29 +45,6 @@ float vector_value(POINT3D v, int display_data_type) {
   }
 }
 
-// The voxel of a plane pixel's neighbour: two in-plane indices and the
-// plane's third coordinate.
-IPOINT3D plane_voxel(int orientation, IPOINT2D address, int third) {
-  switch (orientation) {
-    case ORTHO_ZY: return IPOINT3D{third, address.y, address.x};
-    case ORTHO_XZ: return IPOINT3D{address.x, third, address.y};
-    case ORTHO_YZ: return IPOINT3D{third, address.x, address.y};
-    default: return IPOINT3D{address.x, address.y, third};
-  }
-}
-
-int axis_of(const IPOINT3D &p, int a) { return a == 0 ? p.x : (a == 1 ? p.y : p.z); }
-
-// Axes (0 x, 1 y, 2 z) of a plane: horizontal, vertical, normal.
-void plane_axes(int orientation, int *h, int *v, int *n) {
-  switch (orientation) {
-    case ORTHO_ZY: *h = 2, *v = 1, *n = 0; return;
-    case ORTHO_XZ: *h = 0, *v = 2, *n = 1; return;
-    case ORTHO_YZ: *h = 1, *v = 2, *n = 0; return;
-    default: *h = 0, *v = 1, *n = 2; return;
-  }
-}
-
 unsigned long pack_rgb(int red, int green, int blue) {
   return ((unsigned long)red << 16) + ((unsigned long)green << 8) + (unsigned long)blue;
 }
@@ -172,77 +149,13 @@ float activation_data_3d(IPOINT3D voxel) {
   return activation_data_1d(Voxel3D_to_1D(voxel, mosaic.stack->dim));
 }
 
-void interpolate_2d(int iCross, int which_image, IPOINT2D PixelIndex, float *fData, float *fMap,
-                    float *fOvl, float *fCross, float *fProj, int *ovl_color, POINT3D *v3Map) {
-  const bool in_mosaic = which_image == MOSAIC;
-  const int orientation = in_mosaic ? mosaic.mosaic_orientation : which_image;
-  const int Z = mosaic.zoom_window > 0 ? mosaic.zoom_window : 1;
-  const IPOINT2D size = plane_pixel_size(orientation);
-  const Neighborhood &n =
-      plane_neighborhood(orientation)[(size_t)size.x * Z * PixelIndex.y + PixelIndex.x];
-  *fData = *fMap = *fOvl = *fCross = *fProj = 0.0f;
-  *ovl_color = 0;
-  *v3Map = POINT3D{0.0f, 0.0f, 0.0f};
-
-  int h, v, normal;
-  plane_axes(orientation, &h, &v, &normal);
-  const IPOINT3D &cross = mosaic.icross;
-  const int third = in_mosaic ? iCross : axis_of(cross, normal);
-  const int projection_axis =
-      (graph.type == 0 && graph.space_model >= 1 && graph.space_model <= 3) ? graph.space_model - 1
-                                                                          : -1;
-  const bool linear_filter = activation.visible && !activation.scale_log && activation.pFilter;
-  const IPOINT3D &dim = mosaic.stack->dim;
-  double vx = 0.0, vy = 0.0, vz = 0.0;
-  float filter_sum = 0.0f;
-
-  for (int i = 0; i < n.number; i++) {
-    const float w = n.weight[i];
-    const IPOINT3D voxel = plane_voxel(orientation, n.address[i], third);
-    int iCrossHair = axis_of(voxel, h) == axis_of(cross, h) || axis_of(voxel, v) == axis_of(cross, v);
-    if (in_mosaic && axis_of(voxel, normal) != axis_of(cross, normal)) iCrossHair = 0;
-    int iProjection = 0;
-    if (projection_axis >= 0) {
-      int a = projection_axis, b = (a + 1) % 3, c = (a + 2) % 3;
-      iProjection = axis_of(voxel, a) != axis_of(cross, a) && axis_of(voxel, b) == axis_of(cross, b) &&
-                    axis_of(voxel, c) == axis_of(cross, c);
-      if (iProjection) iCrossHair = 0;
-    }
-    if (mosaic.MIP) {
-      *fData += MIP_data_3d(voxel, orientation) * w;
-      *fCross += (float)iCrossHair * w;
-      *fProj += (float)iProjection * w;
-      if (activation.visible) *fMap += MIP_activation_3d(voxel, orientation) * w;
-      continue;
-    }
-    const int index = voxel.x + dim.x * (voxel.y + dim.y * voxel.z);
-    *fData += mosaic_data_1d(index) * w;
-    *fOvl += overlay_map.weight ? overlay_map.weight[index] * w : 0.0f;
-    *fCross += (float)iCrossHair * w;
-    *fProj += (float)iProjection * w;
-    if (activation.visible) {
-      *fMap += activation_data_1d(index) * w;
-      if (activation.data_type == 3) {
-        const POINT3D &vec = activation.v3SpaceMatrix[index];
-        vx += fabs((double)vec.x) * w;
-        vy += fabs((double)vec.y) * w;
-        vz += fabs((double)vec.z) * w;
-      }
-      if (linear_filter) filter_sum += activation.pFilter[index] * w;
-    }
-    if (overlay_map.color && overlay_map.color[index] != 0) *ovl_color = overlay_map.color[index];
-  }
-  *v3Map = POINT3D{(float)vx, (float)vy, (float)vz};
-  // A statistical filter hides map voxels that are not significant.
-  if (!mosaic.MIP && linear_filter && activation.thresh_log_low > fabsf(filter_sum)) *fMap = 0.0f;
-}
-
 int gray_level(float fData) {
   if (fData < image_scale_min) return 0;
   if (fData > image_scale_max) return 255;
-  float x = truncf(image_scale_slope * fData + image_scale_offset);
-  if (!(x >= 0.0f)) return 0;
-  return x > 255.0f ? 255 : (int)x;
+  // Truncation towards zero, as comparisons: cheaper than truncf.
+  const float x = image_scale_slope * fData + image_scale_offset;
+  if (!(x > -1.0f)) return 0;
+  return x >= 256.0f ? 255 : (int)x;
 }
 
 unsigned long image_pixel(float fData, float fMap, float fOvl, float fCross, float fProj,
@@ -289,35 +202,4 @@ unsigned long image_pixel(float fData, float fMap, float fOvl, float fCross, flo
     pixel = pack_rgb(0, level, level);
   }
   return pixel;
-}
-
-void compose_plane(int which_image, int iXYZ, std::vector<unsigned long> &pixels) {
-  const int orientation = which_image == MOSAIC ? mosaic.mosaic_orientation : which_image;
-  const int iCross = which_image == MOSAIC ? iXYZ : 0;
-  const int Z = mosaic.zoom_window > 0 ? mosaic.zoom_window : 1;
-  const IPOINT2D size = plane_pixel_size(orientation);
-  const int width = size.x * Z;
-  const bool on_grid = plane_on_grid(orientation);
-  pixels.assign((size_t)width * (size_t)(size.y * Z), 0);
-  for (int jy = 0; jy < size.y; jy++)
-    for (int jx = 0; jx < size.x; jx++) {
-      unsigned long first = 0;
-      for (int jy_zoom = 0; jy_zoom < Z; jy_zoom++)
-        for (int jx_zoom = 0; jx_zoom < Z; jx_zoom++) {
-          IPOINT2D p{jx * Z + jx_zoom, jy * Z + jy_zoom};
-          unsigned long value = first;
-          // A plane on the voxel grid repeats its value over the Z by Z
-          // block: the main saving at high zoom.
-          if ((jx_zoom == 0 && jy_zoom == 0) || !on_grid) {
-            float fData, fMap, fOvl, fCross, fProj;
-            int ovl_color;
-            POINT3D v3Map;
-            interpolate_2d(iCross, which_image, p, &fData, &fMap, &fOvl, &fCross, &fProj,
-                           &ovl_color, &v3Map);
-            value = image_pixel(fData, fMap, fOvl, fCross, fProj, ovl_color, v3Map);
-            if (jx_zoom == 0 && jy_zoom == 0) first = value;
-          }
-          pixels[(size_t)width * p.y + p.x] = value;
-        }
-    }
 }

@@ -1,5 +1,6 @@
 // Composed planes into their client images, and the images into the image
 // pixmap at the panel positions of the layout: one XPutImage per panel.
+#include <cstdint>
 #include <vector>
 
 #include "zor_compose.h"
@@ -39,12 +40,23 @@ void make_image(int which_image, int iXYZ) {
   const int which_orientation = which_image == MOSAIC ? mosaic.mosaic_orientation : which_image;
   XImage *image = plane_image(which_orientation);
   if (!image) return;
-  static std::vector<unsigned long> pixels;
-  compose_plane(which_image, iXYZ, pixels);
   const IPOINT2D size = plane_pixel_size(which_orientation);
   const int Z = mosaic.zoom_window;
   const int width = size.x * Z, height = size.y * Z;
   if (width > image->width || height > image->height) return;
+  // A 32-bit image in this machine's byte order takes the pixels as they
+  // are composed; any other format goes through XPutPixel.
+  const uint32_t probe = 1;
+  const bool host_lsb = *(const unsigned char *)&probe == 1;
+  if (image->bits_per_pixel == 32 && (image->byte_order == LSBFirst) == host_lsb &&
+      image->bytes_per_line % 4 == 0) {
+    compose_plane_rows(which_image, iXYZ, (uint32_t *)image->data,
+                       (size_t)image->bytes_per_line / 4);
+    return;
+  }
+  static std::vector<uint32_t> pixels;
+  pixels.resize((size_t)width * (size_t)height);
+  compose_plane_rows(which_image, iXYZ, pixels.data(), (size_t)width);
   for (int y = 0; y < height; y++)
     for (int x = 0; x < width; x++) XPutPixel(image, x, y, pixels[(size_t)width * y + x]);
 }
