@@ -96,7 +96,8 @@ int zorview_main(int argc, char **argv) {
 
   // Next, in this order: the warning for voxel axes not parallel to the
   // coordinates; the default model when every image file has more than 2
-  // time points; the display state; wires, overlays and tracts; the graph;
+  // time points; the display state; wires, overlays and tracts
+  // (load_startup_overlays); the graph;
   // the windows and the first picture; then the event loop, which only a
   // confirmed quit ends.
   return 0;
