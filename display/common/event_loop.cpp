@@ -212,7 +212,9 @@ int image_event_handler_general(XEvent *event) {
       if (own) colorbar_button(event->type == ButtonPress, (int)event->xbutton.button);
       break;
     case MotionNotify:
-      // Clicks, drags and the wheel act once the image tools exist.
+      // A motion only refreshes the read-out under the pointer; drags act
+      // once the image tools exist.
+      mosaic.update_regions |= REGION_INFO_MOTION;
       break;
     case LeaveNotify:
       mosaic.cursor_selection = 0;

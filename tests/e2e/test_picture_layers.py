@@ -267,6 +267,45 @@ class Layers(e2e.ViewerTestCase):
         kit.text_at(self, img, self.server, text, 0, kit.TOP + REGION_Y + 43, 0x000000, paper=0xFFFFFF)
 
 
+    def read_out(self, img, lines):
+        base = kit.TOP + REGION_Y
+        for row, text in zip((13, 28, 43), lines):
+            kit.text_at(self, img, self.server, text, 0, base + row, 0x000000, paper=0xFFFFFF)
+
+    def test_information_line_reads_the_voxel_under_the_pointer(self):
+        v, w = self.start(["-lo", LOW, "-hi", HIGH, "-t", 2.5])
+        layout = self.layout()
+        mark = v.move(w, *layout.mosaic(8, 0, 0, 1, 1))
+        v.wait_event("MotionNotify", after=mark)
+        self.read_out(v.capture(w), [
+            "     x      y      z      t    signal",
+            "%6d %6d %6d %6d  %8g" % (8, 0, 0, 0, value(8, 0, 0)),
+            "%6.2f %6.2f %6.2f %6g  %8g" % (8, 0, 0, 0, 6.0)])
+        mark = v.move(w, *layout.mosaic(20, 30, 3, 2, 2))
+        v.wait_event("MotionNotify", after=mark)
+        self.read_out(v.capture(w), [
+            "     x      y      z      t    signal",
+            "%6d %6d %6d %6d  %8g" % (20, 30, 3, 0, value(20, 30, 3)),
+            "%6.2f %6.2f %6.2f %6g  %8g" % (20, 30, 3, 0, 0.0)])
+
+    def test_information_line_on_the_colorbar(self):
+        v, w = self.start(["-lo", LOW, "-hi", HIGH])
+        row = REGION_Y // 4
+        mark = v.move(w, REGION_X + 20, kit.TOP + ZOOM + row)
+        v.wait_event("MotionNotify", after=mark)
+        self.read_out(v.capture(w), [
+            "Use '?' function for      t    signal",
+            "a list of options         0   ------",
+            "for modifying colorbar       %8g" % (HIGH - row * (HIGH - LOW) / REGION_Y)])
+
+    def test_information_line_with_the_map_hidden(self):
+        v, w = self.start(["-cross", 3, 4, 1], with_map=False)
+        self.read_out(v.capture(w), [
+            "     x      y      z      t    signal",
+            "%6d %6d %6d %6d  %8g" % (3, 4, 1, 0, value(3, 4, 1)),
+            "%6.2f %6.2f %6.2f %6g  --------" % (3, 4, 1, 0)])
+
+
 class PlaneFrames(e2e.ViewerTestCase):
     def test_frame_turns_red_on_a_voxel_of_its_plane_and_back_in_a_gutter(self):
         argv = kit.harness_argv(self.work, SHAPE, kit.volume(SHAPE, value), ["-m", "-1", "-z", ZOOM])
