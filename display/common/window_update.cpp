@@ -96,7 +96,10 @@ void Update_Regions(void) {
 }
 
 void update_XWindow_image(int ReMake) {
-  if (ReMake) make_XWindow_image();
+  if (ReMake) {
+    make_XWindow_image();
+    highlight_active_image_plane_reset();  // the new window has no frames yet
+  }
   mosaic.update_regions = 0x1FB;
   Update_Regions();
 

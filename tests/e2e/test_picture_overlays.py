@@ -82,6 +82,20 @@ class Drawn(e2e.ViewerTestCase):
         layout = kit.Layout(SHAPE, ZOOM, columns=2)
         self.assertEqual(img.pixel(*layout.mosaic(5, 5, 0, 1, 0)), 0xFF0000)
 
+    def test_no_vector_field_below_zoom_four(self):
+        vectors = [(0.0, 0.0, 0.0)] * (32 * 32 * 4)
+        vectors[5 + 32 * 5] = (2.0, 0.0, 0.0)
+        argv = kit.harness_argv(self.work, SHAPE, kit.volume(SHAPE, value),
+                                ["-z", 3, "-c", "0", "-lo", 1, "-hi", 2], vectors=vectors)
+        v = self.run_viewer(argv)
+        w = v.window(r"zorview \(zoom = 3\).*")
+        v.wait_event("Expose")
+        img = v.capture(w)
+        self.assertEqual(img.count(0xFFFFFF, (3, kit.TOP + 3, 3 + 96, kit.TOP + 3 + 96)), 0)
+        # The voxel itself is still coloured by its direction.
+        layout = kit.Layout(SHAPE, 3, columns=2)
+        self.assertEqual(img.pixel(*layout.mosaic(5, 5, 0)), 0xFF0000)
+
     def test_labels_give_each_panels_slice_position(self):
         v, w = self.start(["-g", 1])
         img = v.capture(w)
