@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "pixel_blend.h"
 #include "zor_colour.h"
 #include "zor_compose.h"
 #include "zor_overlay.h"
@@ -161,7 +162,7 @@ struct GeneralPixel {
   uint32_t operator()(const PlaneContext &c, const Neighborhood &nb) const {
     Layers l;
     gather(c, nb, &l);
-    return (uint32_t)image_pixel(l.fData, l.fMap, l.fOvl, l.fCross, l.fProj, l.ovl_color,
+    return (uint32_t)blend_pixel(l.fData, l.fMap, l.fOvl, l.fCross, l.fProj, l.ovl_color,
                                  l.v3Map);
   }
 };
@@ -184,7 +185,7 @@ struct PlainPixel {
       if (MAP) fMap += c.real_map[index] * w;
       if (OVL && c.ovl_color[index] != 0) ovl_color = c.ovl_color[index];
     }
-    return (uint32_t)image_pixel(fData, fMap, fOvl, fCross, 0.0f, ovl_color,
+    return (uint32_t)blend_pixel(fData, fMap, fOvl, fCross, 0.0f, ovl_color,
                                  POINT3D{0.0f, 0.0f, 0.0f});
   }
 };
