@@ -37,6 +37,11 @@ unsigned long image_pixel(float fData, float fMap, float fOvl, float fCross, flo
 // The gray level 0..255 of a data value under the gray window.
 int gray_level(float fData);
 
+// Points the panels at time point iTime of the shown stack, or, for a
+// negative iTime, at anatomy volume anatomy_stack.nt + iTime; marks the gray
+// projections stale.
+void set_mosaic_SpaceMatrix(int iTime);
+
 // The sample shown at a voxel, by the data type of the stack and the
 // display's choice of function of complex or vector samples.
 float mosaic_data_1d(int ispace);

@@ -139,8 +139,9 @@ int main(int argc, char **argv) {
   graph.type = -1;
   initialize_mosaic_ovl(number_panels);
   mosaic.DimPanels.x = nPanelsX;
-  mosaic.fSpaceMatrix = volume.data();
-  graph.iTime = graph.iLastTime = 0;
+  graph.iTime = 0;
+  set_mosaic_SpaceMatrix(0);
+  graph.iLastTime = 0;
   if (have_cross) mosaic.icross = cross;
   mosaic.interpolate = interpolate;
   mosaic.display_crosshairs = crosshairs;

@@ -518,3 +518,44 @@ TEST_F(Composition, PointsOffTheStackInPlaneWarnOnce) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ShownVolume, TimePointsOfTheStackAndAnatomyFromItsEnd) {
+  data_stack stack{};
+  stack.nt = 3;
+  stack.data_type = 0;
+  float a[1] = {1}, b[1] = {2}, c[1] = {3};
+  float *volumes[3] = {a, b, c};
+  stack.Volume = volumes;
+  mosaic = mosaic_display{};
+  mosaic.stack = &stack;
+  graph = graph_struct{};
+  graph.iTime = 5;
+  set_mosaic_SpaceMatrix(2);
+  EXPECT_EQ(mosaic.fSpaceMatrix, c);
+  EXPECT_EQ(graph.iLastTime, 5);
+  EXPECT_EQ(graph.iTime, 2);
+
+  FCOMPLEX x[1] = {{1, 2}}, y[1] = {{3, 4}};
+  FCOMPLEX *complex_volumes[2] = {x, y};
+  anatomy_stack = data_stack{};
+  anatomy_stack.nt = 2;
+  anatomy_stack.data_type = 1;
+  anatomy_stack.fcVolume = complex_volumes;
+  mosaic.MIPStatus = 1;
+  set_mosaic_SpaceMatrix(-2);  // the first anatomy volume
+  EXPECT_EQ(mosaic.fcSpaceMatrix, x);
+  EXPECT_EQ(mosaic.fSpaceMatrix, nullptr);
+  EXPECT_EQ(mosaic.MIPStatus, 0);
+  set_mosaic_SpaceMatrix(-1);
+  EXPECT_EQ(mosaic.fcSpaceMatrix, y);
+  EXPECT_EQ(graph.iLastTime, -2);
+  mosaic.MIPStatus = -1;
+  set_mosaic_SpaceMatrix(0);
+  EXPECT_EQ(mosaic.fSpaceMatrix, a);
+  EXPECT_EQ(mosaic.MIPStatus, -1);
+  anatomy_stack = data_stack{};
+}
+
+}  // namespace
