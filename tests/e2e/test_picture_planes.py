@@ -24,7 +24,9 @@ def lanczos2(x):
 
 
 class Planes(e2e.ViewerTestCase):
-    def start(self, options, shape=SHAPE, fn=value):
+    def start(self, options, shape=SHAPE, fn=value, resolution=None):
+        if resolution:
+            options = ["-r"] + [str(r) for r in resolution] + list(options)
         argv = kit.harness_argv(self.work, shape, kit.volume(shape, fn), options)
         v = self.run_viewer(argv)
         w = v.window(r"zorview \(zoom = [0-9]+\)")
@@ -93,6 +95,49 @@ class Planes(e2e.ViewerTestCase):
         for d in range(4):
             p = img.pixel(*layout.mosaic(3, 2, 0, dx=d))
             self.assertEqual(p >> 16, p & 0xFF)
+
+    def test_short_cross_on_the_three_planes(self):
+        v, w = self.start(["-m", "-1", "-z", "4", "-c", "3", "-cross", "4", "3", "2"])
+        img = v.capture(w)
+        Z, X, Y = 4, 8, 6
+        cyan = 0x00FFFF
+        # XY: along x (0 .. 7) on the lower edge of row y 3, along y (0 .. 5)
+        # on the left edge of column x 4 (from the lower edge of row 0 up to
+        # the lower edge of row 5).
+        y_line = kit.TOP + Z * (Y - 3 + 1)
+        self.assertEqual({img.pixel(x, y_line) for x in range(Z * 1, Z * 8 + 1)}, {cyan})
+        x_line = Z * (4 + 1)
+        self.assertEqual({img.pixel(x_line, y) for y in range(kit.TOP + Z * 2, kit.TOP + Z * 7 + 1)},
+                         {cyan})
+        # ZY: along z (0 .. 3) at the same row, right of the XY plane.
+        self.assertEqual({img.pixel(x, y_line) for x in range(Z * (X + 2), Z * (X + 2 + 3) + 1)}, {cyan})
+        # Nothing beyond the short cross's end on the ZY plane.
+        self.assertNotEqual(img.pixel(Z * (X + 2 + 3) + 2, y_line), cyan)
+
+    def test_thick_slices_blend_between_slice_centres_on_the_xz_plane(self):
+        # Voxels three times as deep as wide: each z voxel spans three display
+        # rows, and rows between voxel corners blend the two nearest slices.
+        zvalue = lambda x, y, z: [0.0, 90.0, 180.0, 255.0][z]
+        v, w = self.start(["-m", "-1", "-z", "2", "-c", "0", "-cross", "2", "3", "1"],
+                          fn=zvalue, resolution=(1.0, 1.0, 3.0))
+        img = v.capture(w)
+        X, Y, D = 8, 6, 12  # PixelDim: z takes 3 display pixels per voxel
+        for row in range(D):
+            py = (D - 1 - row)          # data row after the vertical flip
+            pos = py / 3.0
+            lo = int(math.floor(pos)) % 4
+            hi = int(math.ceil(pos)) % 4
+            if lo == hi:
+                expected = zvalue(0, 0, lo)
+            else:
+                def dist(i):
+                    d = abs(pos - i)
+                    return abs(4 - d) if d > 2 else d
+                w_lo, w_hi = lanczos2(dist(int(math.floor(pos)))), lanczos2(dist(int(math.ceil(pos))))
+                expected = (w_lo * zvalue(0, 0, lo) + w_hi * zvalue(0, 0, hi)) / (w_lo + w_hi)
+            x_px, y_px = 2 * (1 + 3), kit.TOP + 2 * (Y + 2) + 2 * row
+            got = img.pixel(x_px, y_px) & 0xFF
+            self.assertAlmostEqual(got, expected, delta=1.0, msg="row %d" % row)
 
 
 if __name__ == "__main__":
