@@ -2,6 +2,7 @@
 // and how large each region is. Everything here is arithmetic on the display
 // state and the shown stack; nothing speaks to the X server.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 #include "zor_alloc.h"
@@ -41,6 +42,10 @@ int pixels_for(int count, float pixels_per_voxel) {
   int pixels = (int)product;
   if ((float)pixels != product) pixels += 1;
   return pixels;
+}
+
+int clip_to_int(int64_t value) {
+  return value > INT32_MAX ? INT32_MAX : (int)value;
 }
 
 }  // namespace
@@ -172,25 +177,33 @@ void compute_display_size(IPOINT2D *RoughDisplaySize, float PixelScale) {
   mosaic.PixelDim.y = pixels_for(s->dim.y, mosaic.PixelResolution.y);
   mosaic.PixelDim.z = pixels_for(s->dim.z, mosaic.PixelResolution.z);
 
-  int Z = std::max(mosaic.zoom_window, 1);
+  // Sizes are summed in 64 bits and kept within int: a zoom asked for on
+  // the command line may be any positive number.
+  int64_t Z = std::max(mosaic.zoom_window, 1);
   const IPOINT3D &p = mosaic.PixelDim;
+  int64_t region_x, region_y;
   if (mosaic.display_3orthogonal) {
-    int W = mosaic.display_ortho_ZY ? p.z : p.y;
-    mosaic.ImageRegionPixels.x = Z * (p.x + 3 + W);
-    mosaic.ImageRegionPixels.y = Z * (p.y + 3 + p.z);
+    int64_t W = mosaic.display_ortho_ZY ? p.z : p.y;
+    region_x = Z * (p.x + 3 + W);
+    region_y = Z * ((int64_t)p.y + 3 + p.z);
   } else {
     IPOINT2D panel = panel_size_for_orientation(mosaic.mosaic_orientation);
-    mosaic.ImageRegionPixels.x = Z * (panel.x * mosaic.DimPanels.x + mosaic.DimPanels.x + 1);
-    mosaic.ImageRegionPixels.y = Z * (panel.y * mosaic.DimPanels.y + mosaic.DimPanels.y + 1);
+    int64_t nx = mosaic.DimPanels.x, ny = mosaic.DimPanels.y;
+    region_x = Z * (panel.x * nx + nx + 1);
+    region_y = Z * (panel.y * ny + ny + 1);
   }
+  mosaic.ImageRegionPixels.x = clip_to_int(region_x);
+  mosaic.ImageRegionPixels.y = clip_to_int(region_y);
 
   if (mosaic.Attach_ColorBar)
     mosaic.nx_ColorBar = std::clamp(mosaic.ImageRegionPixels.x / 8, 50, 100);
   else
     mosaic.nx_ColorBar = 0;
 
-  RoughDisplaySize->x = mosaic.ImageRegionPixels.x + mosaic.nx_ColorBar + mosaic.nx_RightPanel;
-  RoughDisplaySize->y = mosaic.ImageRegionPixels.y + TOP_MENU_HEIGHT + BOTTOM_STRIP_HEIGHT;
+  RoughDisplaySize->x = clip_to_int((int64_t)mosaic.ImageRegionPixels.x + mosaic.nx_ColorBar +
+                                    mosaic.nx_RightPanel);
+  RoughDisplaySize->y =
+      clip_to_int((int64_t)mosaic.ImageRegionPixels.y + TOP_MENU_HEIGHT + BOTTOM_STRIP_HEIGHT);
 }
 
 void set_bottom_strip_widths(void) {
@@ -216,6 +229,9 @@ void choose_image_window_geometry(int screen_width, int screen_height, int first
     int zoom = (int)((float)(screen_width / std::max(m, 1)) * 0.75f);
     mosaic.zoom_window = std::clamp(zoom, 1, 4);
   }
+  // No zoom above the screen's width can fit (a region is at least three
+  // display pixels wide), so stepping down starts there at the latest.
+  if (mosaic.zoom_window > screen_width) mosaic.zoom_window = std::max(screen_width, 1);
   IPOINT2D rough;
   compute_display_size(&rough, 1.0f);
   float ratio = screen_ratio(rough, screen_width, screen_height);

@@ -25,7 +25,9 @@ include/zor_event_trace.h); `mark = v.trace_mark()` before an action and
 every few milliseconds and fail with the trace tail after `timeout` seconds.
 
 Environment: ZOR_PROGRAM (the viewer), ZOR_BINARY_DIR (for the helper tools
-under tests/), set by CTest. The screen is always 2560x1600x24: the layout
+under tests/), set by CTest. With ZOR_E2E_WINDOW_HARNESS set, the window
+layer's harness (tests/tools/zor_window_harness.cpp: the windows over an
+empty stack of the given shape, no file read) stands in for the program. The screen is always 2560x1600x24: the layout
 depends on it.
 """
 

@@ -374,3 +374,28 @@ TEST_F(DisplayDefaults, VectorMapsGetAZeroedTractMap) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(DisplayLayoutLimits, HugeZoomNeitherOverflowsNorStepsDownForEver) {
+  data_stack stack{};
+  stack.dim = IPOINT3D{64, 64, 20};
+  stack.resolution = POINT3D{1.0f, 1.0f, 1.0f};
+  free(mosaic.display_slice);
+  mosaic = mosaic_display{};
+  mosaic.stack = &stack;
+  mosaic.Attach_ColorBar = 1;
+  mosaic.zoom_window = 2147483647;
+  compute_display_size_reset();
+  IPOINT2D rough;
+  compute_display_size(&rough, 1.0f);
+  EXPECT_EQ(mosaic.ImageRegionPixels.x, 2147483647);
+  EXPECT_EQ(rough.x, 2147483647);
+  choose_image_window_geometry(2560, 1600, 0);
+  EXPECT_EQ(mosaic.zoom_window, 5);  // the largest zoom that fits: 1730 by 1380 pixels
+  EXPECT_FLOAT_EQ(mosaic.PixelScale, 1.0f);
+  free(mosaic.display_slice);
+  mosaic = mosaic_display{};
+}
+
+}  // namespace
