@@ -114,6 +114,23 @@ class Planes(e2e.ViewerTestCase):
         # Nothing beyond the short cross's end on the ZY plane.
         self.assertNotEqual(img.pixel(Z * (X + 2 + 3) + 2, y_line), cyan)
 
+    def test_projections_show_the_maximum_along_each_normal(self):
+        v, w = self.start(["-m", "-1", "-z", "2", "-c", "0", "-mip"])
+        img = v.capture(w)
+        layout = kit.Layout(SHAPE, 2, three=True)
+        nx, ny, nz = SHAPE
+        for x in range(nx):
+            for y in range(ny):
+                self.assertEqual(img.pixel(*layout.plane("XY", x, y)),
+                                 kit.gray(max(value(x, y, z) for z in range(nz))), (x, y))
+            for z in range(nz):
+                self.assertEqual(img.pixel(*layout.plane("XZ", x, z)),
+                                 kit.gray(max(value(x, y, z) for y in range(ny))), (x, z))
+        for z in range(nz):
+            for y in range(ny):
+                self.assertEqual(img.pixel(*layout.plane("ZY", z, y)),
+                                 kit.gray(max(value(x, y, z) for x in range(nx))), (z, y))
+
     def test_thick_slices_blend_between_slice_centres_on_the_xz_plane(self):
         # Voxels three times as deep as wide: each z voxel spans three display
         # rows, and rows between voxel corners blend the two nearest slices.

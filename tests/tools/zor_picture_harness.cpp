@@ -13,7 +13,7 @@
 //          -c N  cross-hair mode           -g N   grid and labels
 //          -cross X Y Z  cross-hair voxel  -w FILE wire file
 //          -vf VECTORS.raw  vector map (3 floats a voxel), drawn as a field
-//          -t RT  seconds per time point
+//          -t RT  seconds per time point   -mip   maximum-intensity projections
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -83,6 +83,7 @@ int main(int argc, char **argv) {
     else if (!strcmp(a, "-oc")) region_colour = atoi(next());
     else if (!strcmp(a, "-ot")) transparent_regions = 1;
     else if (!strcmp(a, "-i")) interpolate = 1;
+    else if (!strcmp(a, "-mip")) mosaic.MIP = 1;
     else if (!strcmp(a, "-c")) crosshairs = atoi(next());
     else if (!strcmp(a, "-g")) grid = atoi(next());
     else if (!strcmp(a, "-w")) wire_path = next();
@@ -137,7 +138,9 @@ int main(int argc, char **argv) {
   }
 
   graph.type = -1;
+  const int mip = mosaic.MIP;
   initialize_mosaic_ovl(number_panels);
+  mosaic.MIP = mip;
   mosaic.DimPanels.x = nPanelsX;
   graph.iTime = 0;
   set_mosaic_SpaceMatrix(0);
