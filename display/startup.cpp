@@ -115,7 +115,10 @@ int zorview_main(int argc, char **argv) {
   initialize_mosaic_ovl(startup_options.number_panels);
   mosaic.DimPanels.x = startup_options.nPanelsX;
 
-  // Next, in this order: wires, overlays and tracts; the graph.
+  // 14. Wires, overlays and tracts named on the command line.
+  load_startup_overlays();
+
+  // Next: the graph.
 
   // 18. The windows and the first picture.
   initialize_XWindows();

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Writes a small demo study: a 4-D NIfTI-1 run of 16-bit integers (a bright
 blob that rises and falls over time, on a quiet background with a little
-noise) and a matching activation map of floats in the viewer's native format.
+noise), a matching activation map of floats in the viewer's native format,
+and a region around the blob with a list file that names it.
 
 Usage: /usr/bin/python3 examples/make_demo.py [output folder, default demo]
 """
@@ -72,7 +73,17 @@ def main():
     with open(os.path.join(out, "activation.hdr"), "w") as f:
         f.write(header("float", 1, "demo activation map"))
 
-    print(f"demo study written to {out}/: run1.nii ({NX}x{NY}x{NZ}x{NT}), activation.bfloat")
+    # A region around the responding blob, and a list naming it in orange.
+    region = os.path.join(out, "blob.ovl")
+    with open(region, "w") as f:
+        f.write("# voxels where the blob is above half its peak\n")
+        for zi, yi, xi in zip(*np.nonzero((blob > 0.5) & tissue)):
+            f.write(f"{xi} {yi} {zi}\n")
+    with open(os.path.join(out, "regions.list"), "w") as f:
+        f.write(f"blob {region} orange\n")
+
+    print(f"demo study written to {out}/: run1.nii ({NX}x{NY}x{NZ}x{NT}), activation.bfloat,"
+          " blob.ovl listed in regions.list")
 
 
 if __name__ == "__main__":

@@ -61,6 +61,11 @@ extern file_list *(*file_list_node_allocator)(void);
 // program name). Ends the run for help, invalid options and model options.
 void parse_command_options(std::vector<std::string> &myargv, int myargc);
 
+// Reads the wire list, the region list and the tract file the options
+// named, in that order, over the display state; a failed read ends the run
+// with status 1.
+void load_startup_overlays(void);
+
 // The short usage text, built from the option table.
 void print_usage(void);
 

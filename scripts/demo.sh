@@ -11,7 +11,7 @@ bash scripts/build.sh build
 /usr/bin/python3 examples/make_demo.py demo
 
 program=build/zorview
-args=(-v demo/run1.nii -a demo/activation.bfloat)
+args=(-v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list)
 echo "running: $program ${args[*]}"
 
 if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then

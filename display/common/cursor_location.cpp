@@ -2,6 +2,7 @@
 // which voxel, and the space coordinates under it.
 #include <cmath>
 
+#include "zor_annotate.h"
 #include "zor_display_state.h"
 #include "zor_geometry.h"
 
@@ -189,6 +190,7 @@ void define_mosaic_cursor_location(int x2d, int y2d) {
   } else {
     CursorSelection_BelowImageWindow(x2d, y2d - TOP_MENU_HEIGHT - R.y);
   }
+  if (mosaic.display_3orthogonal) highlight_active_image_plane();
 }
 
 void flip_vertical_CursorIndex(void) {

@@ -6,6 +6,7 @@
 #include <X11/keysym.h>
 #include <cstdio>
 
+#include "zor_colour.h"
 #include "zor_event_trace.h"
 #include "zor_x11.h"
 
@@ -167,6 +168,25 @@ static bool image_general_key(char key, XEvent *event) {
   }
 }
 
+// Clicks and arrows while the pointer is on the colorbar. Button 1 acts on
+// release, buttons 2 and 3 on press.
+static void colorbar_button(bool press, int button) {
+  if (!(mosaic.cursor_selection & CURSOR_ON_COLORBAR)) return;
+  if (!press && button == 1) action_ColorBar_button1();
+  if (press && (button == 2 || button == 3)) action_ColorBar_button23();
+}
+
+static bool colorbar_key(char key) {
+  if (!(mosaic.cursor_selection & CURSOR_ON_COLORBAR)) return false;
+  switch (key) {
+    case 21: action_ColorBar_arrow_up_down(1); return true;
+    case 4: action_ColorBar_arrow_up_down(0); return true;
+    case 12: action_ColorBar_arrow_left_right(1); return true;
+    case 11: action_ColorBar_arrow_left_right(0); return true;
+    default: return false;
+  }
+}
+
 int image_event_handler_general(XEvent *event) {
   mosaic.update_regions = 0;
   graph.update_regions = 0;
@@ -183,13 +203,18 @@ int image_event_handler_general(XEvent *event) {
     case KeyPress: {
       char key;
       if (!get_key_press(&event->xkey, &key)) return 1;
+      if (colorbar_key(key)) break;
       if (!image_general_key(key, event)) image_event_handler_specific(event);
       break;
     }
     case ButtonPress:
     case ButtonRelease:
+      if (own) colorbar_button(event->type == ButtonPress, (int)event->xbutton.button);
+      break;
     case MotionNotify:
-      // Clicks, drags and the wheel act once the image tools exist.
+      // A motion only refreshes the read-out under the pointer; drags act
+      // once the image tools exist.
+      mosaic.update_regions |= REGION_INFO_MOTION;
       break;
     case LeaveNotify:
       mosaic.cursor_selection = 0;

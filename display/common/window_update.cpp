@@ -3,6 +3,9 @@
 // repaints what the bits name, from the pixmaps, in a fixed order.
 #include <algorithm>
 
+#include "zor_annotate.h"
+#include "zor_colour.h"
+#include "zor_compose.h"
 #include "zor_event_trace.h"
 #include "zor_x11.h"
 
@@ -33,9 +36,21 @@ void refresh_display_image(int which_area) {
     // Cross-hairs, wires and labels live on the window only and are drawn
     // again over each copy.
     copy_to_image_window(XPixmap_image, 0, R.x, R.y, 0, TOP_MENU_HEIGHT);
+    bool projection_graph = graph.type == 0 && graph.space_model != 0;
+    if (mosaic.display_crosshairs > 1 && !projection_graph)
+      draw_crosshairs(mosaic.display_crosshairs - 2);
+    if (wire_root.npts != 0) draw_wire_frames();
+    if (activation.vector_field && mosaic.zoom_window > 3) draw_vector_field();
+    if (mosaic.display_grid != 0) {
+      if (mosaic.display_3orthogonal)
+        label_planes_ortho();
+      else
+        label_planes_mosaic();
+    }
   }
   if (which_area == 0 || which_area == 2) {
     copy_to_image_window(XPixmap_image, R.x, C, R.y, R.x, TOP_MENU_HEIGHT);
+    label_colorbar();
   }
   if (which_area == 0 || which_area == 3) {
     copy_to_image_window(XPixmap_TopMenu, 0, XImage_TopMenu->width, XImage_TopMenu->height, 0, 0);
@@ -62,19 +77,29 @@ void Update_Regions(void) {
   image_scale_slope = 255.0f / (image_scale_max - image_scale_min);
   image_scale_offset = 255.0f - image_scale_max * image_scale_slope;
 
+  if (bits & REGION_NEIGHBORS) create_neighborhoods();
   if (images_need_composing(bits)) {
-    // Slice composition joins here once the image planes are drawn.
+    if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) update_color_scheme();
+    if (mosaic.display_3orthogonal)
+      make_orthogonal_images();
+    else
+      make_mosaic_images();
   }
+  if (bits & REGION_COLORBAR) create_colorbar();
   if (bits & (REGION_IMAGES | REGION_CROSS | REGION_COPY)) refresh_display_image(1);
   if (bits & (REGION_COLORBAR | REGION_COLORBAR_LABEL)) refresh_display_image(2);
   if (bits & REGION_MENUS) refresh_display_image(3);
   if (bits & REGION_RIGHT_PANEL) refresh_display_image(4);
+  if (bits & (REGION_INFO | REGION_CROSS | REGION_INFO_MOTION)) show_information_text_image();
 
   if (tracing) event_trace_update(bits, graph.update_regions, event_trace_now_ms() - start);
 }
 
 void update_XWindow_image(int ReMake) {
-  if (ReMake) make_XWindow_image();
+  if (ReMake) {
+    make_XWindow_image();
+    highlight_active_image_plane_reset();  // the new window has no frames yet
+  }
   mosaic.update_regions = 0x1FB;
   Update_Regions();
 

@@ -15,6 +15,12 @@ size() { stat -c %s "$1"; }
 [ "$(size "$work/demo/activation.bfloat")" -eq $((32 * 32 * 8 * 4)) ] || {
   echo "FAIL map size"; exit 1; }
 
+# The region list names the region file, whose lines are voxel indices.
+grep -q "^blob $work/demo/blob.ovl orange$" "$work/demo/regions.list" || {
+  echo "FAIL region list"; cat "$work/demo/regions.list"; exit 1; }
+[ "$(grep -cE '^[0-9]+ [0-9]+ [0-9]+$' "$work/demo/blob.ovl")" -gt 10 ] || {
+  echo "FAIL region file"; exit 1; }
+
 run=$work/demo/run1.nii
 map=$work/demo/activation.bfloat
 # Without a display the program loads everything, then ends where it would
