@@ -107,7 +107,10 @@ expected=$voxels
 for i in $(seq 1 130); do expected+=$progress; done
 expect "130 tokens" 1 "$expected$no_display" "" -- "${args[@]}"
 long=$(head -c 6000 /dev/zero | tr '\0' 'o')
-expect "long overlay name" 1 "$summary$no_display" "" -- a.bshort -o "$long"
+# The region list is read before the windows open, so a missing one ends
+# the run with its own message, the whole name in it.
+expect "long overlay name" 1 "${summary}Error: cannot open the file $long.
+" "" -- a.bshort -o "$long"
 qlong=$(head -c 6000 /dev/zero | tr '\0' 'q')
 expect "long invalid option" 1 "Option -$qlong not valid.
 Program exiting.

@@ -7,14 +7,16 @@ namespace {
 
 class StartupOverlays : public OverlayFiles {
  protected:
+  // The start-up reset clears the stacks too, so it runs before the
+  // fixture builds its small shown stack.
   void SetUp() override {
-    OverlayFiles::SetUp();
     zorview_startup_reset();
+    OverlayFiles::SetUp();
     mosaic.toggle_overlays = 0;
   }
   void TearDown() override {
-    zorview_startup_reset();
     OverlayFiles::TearDown();
+    zorview_startup_reset();
   }
   Captured load() { return capture_output([] { load_startup_overlays(); }); }
 };
