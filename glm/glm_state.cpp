@@ -56,6 +56,7 @@ void GLM_reset_model(void) {
   GLM.nruns = 0;
   GLM.nexclude = 0;
   GLM.ntime_included = 0;
+  GLM.nconditions = 0;
   GLM.AR_order = 0;
   for (int r = 0; r < GLM_MAX_RUNS; r++) {
     release_table(r);
