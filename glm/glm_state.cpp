@@ -56,7 +56,8 @@ void GLM_reset_model(void) {
   GLM.nruns = 0;
   GLM.nexclude = 0;
   GLM.ntime_included = 0;
-  GLM.nconditions = 0;
+  GLM.ncoeff = 0;
+  GLM_define_conditions_reset();
   GLM.AR_order = 0;
   for (int r = 0; r < GLM_MAX_RUNS; r++) {
     release_table(r);
@@ -91,4 +92,10 @@ void GLM_engine_reset(void) {
   GLM_reset_model();
   GLM_input.notify = 0;
   GLM_read_hrf_file_reset();
+  GLM_define_basis_functions_reset();
+  GLMInternal_whiten_model_reset();
+  GLM_FrequencyFilter_reset();
+  GLM.ncoeff = 0;
+  GLM.dof = 0.0f;
+  GLM.Sigma2 = 0.0f;
 }

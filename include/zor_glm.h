@@ -149,4 +149,60 @@ void GLMInternal_drift_correct_table(int irun, int icolumn, int nterms);
 int GLM_read_hrf_file(int notify, char *file_name);
 void GLM_read_hrf_file_reset(void);
 
+// Design matrix.
+int GLM_define_basis_functions(void);
+void GLM_define_basis_functions_reset(void);
+int GLMInternal_create_stimulus_paradigm(int index_event, int nsteps_per_tr, float *paradigm);
+int GLMInternal_create_table(int index_event, int nsteps_per_tr, float *paradigm);
+void GLMInternal_create_interaction(int index_event, float *paradigm);
+void GLMInternal_BaselineEvent(int index_event, int ibaseline_order, float tau);
+int GLMInternal_convolve_paradigm_IRF(int convolution_flag, int nsteps_per_tr, float *paradigm, int index_event);
+void GLMInternal_integrate_paradigm(int nsteps_per_tr, float *paradigm);
+float GLMInternal_normalize_paradigm(int ntime, float *paradigm, float max_value);
+void GLMInternal_complete_model(void);
+void GLM_describe_basis_functions(void);
+float **GLM_get_design_matrix(void);
+int GLM_number_time_points(void);
+int GLM_is_excluded(int index_time);
+int GLM_get_number_excluded_regions(void);
+int GLM_get_excluded_region(int index_exclude, int *exclude_start, int *exclude_end);
+
+// Fit, noise models, filters.
+void GLM_Update_Weights(int ntime, float *diff_vector);
+int GLM_PreFilter(int PostGLM, int ntime, float *data_vector);
+void GLM_FrequencyFilter(int PostGLM, int ntime, float *data_vector);
+void GLM_FrequencyFilter_reset(void);
+void GLMInternal_whiten_data(float *data_vector);
+void GLMInternal_whiten_model(int first_time);
+void GLMInternal_whiten_model_reset(void);
+int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2);
+void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2);
+int GLM_remove_baseline(int option, int ntime, float *data_vector, float *fit_vector);
+float GLM_compute_baseline(void);
+int GLM_get_noise_model(void);
+void GLM_set_noise_model(int imodel);
+int GLM_get_noise(int GetFit, int ntime, float *noise_stdev);
+void GLM_set_preGLM_frequency_band(float freq_low, float freq_high);
+void GLM_set_preGLM_phase_shift(float phase_shift);
+void GLM_get_preGLM_frequency_band(float *freq_low, float *freq_high);
+void GLM_get_preGLM_phase_shift(float *phase_shift);
+
+// Conditions and statistics.
+int GLM_define_conditions(int DefineContrasts, char *condition_string, int *nconditions);
+void GLM_define_conditions_reset(void);
+void GLM_calc_covariance_matrix(void);
+int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
+                    float *p_cor, float *effect_size, float *effect_sem);
+int GLM_create_all_conditions(char *condition_string);
+int GLM_create_all_single_conditions(char *condition_string);
+int GLM_get_nconditions(void);
+int GLM_get_condition_string(int ncondition, char *condition_string);
+int GLM_event_fit(int baseline, char *residue_string, int index_event, int index_time, float *fit);
+void GLM_define_table_residue(char *residue_string);
+void GLM_define_residue_from_inclusion(char *include_string, char *residue_string);
+int GLM_invalid_residue(char *residue_string);
+int GLM_event_is_in_string(char *string, int index_event);
+int GLM_get_number_events_inside_residue(char *residue_string);
+int GLM_create_selective_residue(char *residue_string, int ntime, float *data_vector, float *fit_vector);
+
 #endif
