@@ -7,9 +7,13 @@
 #include "zor_alloc.h"
 #include "zor_text.h"
 #include "zor_matrix.h"
+#include "zor_special.h"
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_stack.h"
 #include "zor_display_state.h"
+#include "zor_overlay.h"
+#include "zor_atomic_file.h"
+#include "zor_startup.h"
 
 #endif

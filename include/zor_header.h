@@ -61,6 +61,9 @@ struct XD_HEADER {
 };
 
 int read_volume_header(int Verbose, const char *file_name, XD_HEADER *header);
+// The one-line description printed by a verbose read: data type, storage,
+// voxels and resolutions.
+void print_volume_header_summary(const XD_HEADER *header);
 int read_vistrel_header(const char *file_name, XD_HEADER *header);
 int decode_vistrel_header_keyword(char *line, XD_HEADER *header);
 

@@ -1,0 +1,123 @@
+#!/usr/bin/env bash
+# The real program's start: start-up files in the working directory, the
+# option messages with their exit status, and which stream they go to.
+set -u
+program=$(realpath "$1")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+failures=0
+
+# expect NAME STATUS STDOUT STDERR -- ARGS...
+expect() {
+  local name=$1 status=$2 out=$3 err=$4
+  shift 5
+  "$program" "$@" >"$work/out" 2>"$work/err"
+  local got=$?
+  if [ "$got" != "$status" ]; then
+    echo "FAIL $name: exit status $got, expected $status"; failures=$((failures + 1))
+  fi
+  if [ "$(cat "$work/out"; echo x)" != "$(printf '%s' "$out"; echo x)" ]; then
+    echo "FAIL $name: standard output differs"; diff <(printf '%s' "$out") "$work/out" | head -20 | cut -c1-200
+    failures=$((failures + 1))
+  fi
+  if [ "$(cat "$work/err"; echo x)" != "$(printf '%s' "$err"; echo x)" ]; then
+    echo "FAIL $name: standard error differs"; diff <(printf '%s' "$err") "$work/err" | head -20 | cut -c1-200
+    failures=$((failures + 1))
+  fi
+}
+
+summary='magnitude data, short ints, voxels (4,4,2,3), res (1,1,1,0)
+'
+printf 'x 4\ny 4\nz 2\nt 3\n' >a.hdr
+
+usage=$("$program" -h; echo x)
+usage=${usage%x}
+invoked='Error: this program should be invoked as
+   zorview <image file> [optional arguments]
+
+'
+
+expect "no arguments" 1 "$invoked$usage" "" --
+expect "help" 0 "$usage" "" -- -h
+expect "help menu" 0 "$usage" "" -- -H extra words
+case "$usage" in
+  "Usage: zorview <image file> [optional arguments]"*) ;;
+  *) echo "FAIL usage: first line"; failures=$((failures + 1)) ;;
+esac
+
+expect "one image" 0 "$summary" "" -- a.bshort
+expect "verbose image" 0 "$summary" "" -- -v a.bshort
+expect "invalid option" 1 'Option -q not valid.
+Program exiting.
+' "" -- a.bshort -q
+expect "lone dash" 1 'Option - not valid.
+Program exiting.
+' "" -- -
+expect "upper M" 1 'Option -M not valid.
+Program exiting.
+' "" -- a.bshort -M 3
+expect "colon" 1 'Valid option -- not yet programmed.
+Program exiting.
+' "" -- a.bshort -:
+expect "no images" 1 'Error: no image files and no .zorview file
+' "" -- -a a.bshort
+expect "value missing at the end" 1 'Error: no image files and no .zorview file
+' "" -- -i
+expect "missing header" 1 "${summary}Error: cannot open vistrel file b.hdr.
+" "" -- a.bshort b.bshort
+for m in -g -r -G -f -t; do
+  expect "model $m" 1 "Error: option $m needs time-series models, which are not available yet.
+" "" -- a.bshort $m control.txt
+done
+
+# Start-up files.
+printf 'zorview a.bshort\nremember the blob in slice 4\n' >.vistrel
+expect "vistrel" 0 "remember the blob in slice 4
+$summary" "" --
+expect "vistrel with flip" 0 "remember the blob in slice 4
+$summary" "" -- -y
+expect "vistrel ignored with arguments" 0 "$summary" "" -- a.bshort
+rm .vistrel
+printf 'zorview a.bshort\nfrom zorview\n' >.zorview
+expect "zorview file" 0 "from zorview
+$summary" "" --
+expect "zorview file not read after a lone flip" 1 'Error: no image files and no .zorview file
+' "" -- -y
+printf 'zorview\n' >.vistrel
+expect "vistrel without words leads to zorview" 0 "from zorview
+$summary" "" --
+rm .vistrel .zorview
+
+# Many tokens and long tokens.
+args=()
+for i in $(seq 1 130); do args+=(a.bshort); done
+expected=""
+for i in $(seq 1 130); do expected+=$summary; done
+expect "130 tokens" 0 "$expected" "" -- "${args[@]}"
+long=$(head -c 6000 /dev/zero | tr '\0' 'o')
+expect "long overlay name" 0 "$summary" "" -- a.bshort -o "$long"
+qlong=$(head -c 6000 /dev/zero | tr '\0' 'q')
+expect "long invalid option" 1 "Option -$qlong not valid.
+Program exiting.
+" "" -- a.bshort "-$qlong"
+expect "long image name" 1 "Error: the file name $long is too long.
+" "" -- "$long"
+{ printf 'zorview'; for i in $(seq 1 300); do printf ' a.bshort'; done; printf '\n'; } >.vistrel
+# The first line is read up to 1023 characters: 112 whole words fit, the
+# 113th is cut to "a.bshor" (an unknown extension, so a native file of
+# unknown storage), and the cut-off rest of the line is shown like a note.
+line=$(head -1 .vistrel)
+expected="${line:1023}
+"
+for i in $(seq 1 112); do expected+=$summary; done
+expected+='magnitude data, voxels (4,4,2,3), res (1,1,1,0)
+'
+expect "start-up line beyond the line limit" 0 "$expected" "" --
+rm .vistrel
+
+if [ "$failures" -ne 0 ]; then
+  echo "$failures failure(s)"
+  exit 1
+fi
+echo "all start-up checks passed"

@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "test_support.h"
+#include "zor.h"
+
+namespace {
+
+TEST(IncompleteBeta, UniformShapeIsTheIdentity) {
+  for (double x : {0.0, 1e-300, 1e-9, 0.01, 0.1, 0.3, 0.5, 0.77, 0.95, 0.96, 0.999999, 1.0})
+    EXPECT_NEAR(ibeta(1.0, 1.0, x), x, 2e-16 * x) << x;
+}
+
+TEST(IncompleteBeta, EndsOfTheInterval) {
+  EXPECT_EQ(ibeta(2.5, 7.0, 0.0), 0.0);
+  EXPECT_EQ(ibeta(2.5, 7.0, 1.0), 1.0);
+}
+
+TEST(IncompleteBeta, KnownClosedForms) {
+  // I_x(a, 1) = x^a and I_x(1, b) = 1 - (1-x)^b.
+  EXPECT_NEAR(ibeta(3.0, 1.0, 0.4), 0.064, 1e-16);
+  EXPECT_NEAR(ibeta(1.0, 4.0, 0.25), 1.0 - std::pow(0.75, 4), 1e-15);
+  // Symmetry I_x(a, b) = 1 - I_{1-x}(b, a) across the flip.
+  EXPECT_NEAR(ibeta(5.0, 3.0, 0.8), 1.0 - ibeta(3.0, 5.0, 0.2), 1e-15);
+  // I_{1/2}(a, a) = 1/2.
+  EXPECT_NEAR(ibeta(12.5, 12.5, 0.5), 0.5, 1e-15);
+}
+
+TEST(IncompleteBeta, FarUpperTailIsJustBelowOne) {
+  // The flipped series vanishes: the result is the largest double below 1.
+  EXPECT_EQ(ibeta(0.5, 300.0, 0.9), std::nextafter(1.0, 0.0));
+}
+
+TEST(IncompleteBeta, FarLowerTailUnderflowsToZero) {
+  EXPECT_EQ(ibeta(300.0, 0.5, 0.01), 0.0);
+}
+
+TEST(IncompleteBeta, DomainErrorEndsTheRun) {
+  Captured c = capture_output([] { ibeta(0.0, 2.0, 0.5); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "ibeta: Domain error!, a = 0, b = 2\n");
+
+  c = capture_output([] { ibeta(3.5, -1.25, 0.5); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "ibeta: Domain error!, a = 3.5, b = -1.25\n");
+}
+
+TEST(Gauss, CentreAndWidth) {
+  EXPECT_EQ(Gauss(0.0, 0.0, 2.0), 1.0);
+  EXPECT_NEAR(Gauss(1.0, 0.0, 1.0), std::exp(-0.5), 1e-16);
+  EXPECT_NEAR(Gauss(3.0, 4.0, 5.0), std::exp(-0.5), 1e-16);
+  EXPECT_EQ(Gauss(1.0, 2.0, 0.7), Gauss(-2.0, 1.0, 0.7));
+}
+
+TEST(LanczosFilter, EdgeCases) {
+  EXPECT_EQ(Lanczos_filter(3, 0.0), 1.0);
+  EXPECT_EQ(Lanczos_filter(3, 9e-6), 1.0);
+  EXPECT_NEAR(Lanczos_filter(3, 3.0), 0.0, 1e-12);
+  EXPECT_EQ(Lanczos_filter(3, 3.5), 0.0);
+  EXPECT_EQ(Lanczos_filter(2, -2.0001), 0.0);
+}
+
+TEST(LanczosFilter, InsideTheWindow) {
+  const double pi = 3.141592654;
+  EXPECT_NEAR(Lanczos_filter(2, 0.5), 2 * std::sin(pi * 0.5) * std::sin(pi * 0.25) / (pi * pi * 0.25),
+              1e-15);
+  EXPECT_EQ(Lanczos_filter(2, 0.7), Lanczos_filter(2, -0.7));
+  EXPECT_NEAR(Lanczos_filter(2, 1.0), 0.0, 1e-9);
+}
+
+TEST(Hypot2, PlainLength) {
+  EXPECT_EQ(hypot2(3.0, 4.0), 5.0);
+  EXPECT_EQ(hypot2(-3.0, 4.0), 5.0);
+  EXPECT_EQ(hypot2(0.0, 0.0), 0.0);
+  EXPECT_NEAR(hypot2(1.0, 1.0), std::sqrt(2.0), 1e-16);
+}
+
+TEST(ComplexValues, Amplitude) {
+  EXPECT_EQ(compute_amplitude(FCOMPLEX{3.0f, -4.0f}), 5.0f);
+  EXPECT_EQ(compute_amplitude(FCOMPLEX{0.0f, 0.0f}), 0.0f);
+}
+
+TEST(ComplexValues, PhaseOnTheAxes) {
+  EXPECT_EQ(compute_phase(FCOMPLEX{-1.0f, 0.0f}), float(3.141592654));
+  EXPECT_EQ(compute_phase(FCOMPLEX{0.0f, 2.0f}), 1.5707964f);
+  EXPECT_EQ(compute_phase(FCOMPLEX{0.0f, -2.0f}), -1.5707964f);
+  EXPECT_EQ(compute_phase(FCOMPLEX{0.0f, 0.0f}), 0.0f);
+  EXPECT_EQ(compute_phase(FCOMPLEX{5.0f, 0.0f}), 0.0f);
+}
+
+TEST(ComplexValues, PhaseInEachQuadrant) {
+  EXPECT_NEAR(compute_phase(FCOMPLEX{1.0f, 1.0f}), 0.7853982f, 1e-6);
+  EXPECT_NEAR(compute_phase(FCOMPLEX{-1.0f, 1.0f}), 2.3561945f, 1e-6);
+  EXPECT_NEAR(compute_phase(FCOMPLEX{-1.0f, -1.0f}), -2.3561945f, 1e-6);
+  EXPECT_NEAR(compute_phase(FCOMPLEX{1.0f, -1.0f}), -0.7853982f, 1e-6);
+  // A point just below the negative real axis wraps to just above -π.
+  EXPECT_NEAR(compute_phase(FCOMPLEX{-1.0f, -1e-4f}), -3.1414926f, 1e-6);
+}
+
+}  // namespace
