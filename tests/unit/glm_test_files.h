@@ -14,24 +14,6 @@
 #include "zor_glm.h"
 #include "zor_header.h"
 
-// Until the volume header reader is part of the library, the tests read the
-// one value the engine needs, the "t" line of the .hdr beside the data.
-int read_volume_header(int Verbose, const char *file_name, XD_HEADER *header) {
-  std::string name(file_name);
-  size_t dot = name.rfind('.');
-  std::string hdr = (dot == std::string::npos ? name : name.substr(0, dot)) + ".hdr";
-  FILE *fp = fopen(hdr.c_str(), "r");
-  if (!fp) {
-    printf("Error: cannot open vistrel file %s.\n", hdr.c_str());
-    return 1;
-  }
-  memset(header, 0, sizeof *header);
-  char line[1024];
-  while (fgets(line, sizeof line, fp)) sscanf(line, "t %d", &header->nt);
-  fclose(fp);
-  return 0;
-}
-
 struct GlmStudy {
   std::string dir = make_temp_dir();
 
