@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "glm_internal.h"
 #include "zor_alloc.h"
 #include "zor_glm.h"
 #include "zor_matrix.h"
@@ -76,6 +77,8 @@ int fill_contrast(int k, const std::string &word) {
 
 }  // namespace
 
+int glm_contrast_columns(void) { return GLM.ncoeff < contrast_width ? GLM.ncoeff : contrast_width; }
+
 void GLM_define_conditions_reset(void) {
   release_conditions();
   ncoeff_save = contrast_width = 0;
@@ -129,7 +132,7 @@ int GLM_define_conditions(int DefineContrasts, char *condition_string, int *ncon
 
 void GLM_calc_covariance_matrix(void) {
   // Rows built for another design are read only as far as both reach.
-  int ncol = GLM.ncoeff < contrast_width ? GLM.ncoeff : contrast_width;
+  int ncol = glm_contrast_columns();
   for (int k = 0; k < GLM.nconditions; k++) {
     int **C = GLM.contrast_matrix[k];
     int n = GLM.ncontrasts[k];

@@ -13,4 +13,8 @@ inline int glm_line_is_blank(const char *line) {
 // Whether the notify keyword or the reader's own argument asked for reports.
 extern int glm_output_info;
 
+// Columns of the contrast rows now held: the model's count, unless the
+// design has been rebuilt since the conditions were.
+int glm_contrast_columns(void);
+
 #endif

@@ -59,6 +59,29 @@ inline std::string control_file_example() {
          "../fMRI-run2.bshort run2.glm            # ... and so on ...\n\n";
 }
 
+// Reads a study of one or more runs (length, event file text) with the
+// given keyword lines, and builds its design.
+struct GlmModel {
+  GlmStudy s;
+  ControlRead read;
+  int result = -99;
+  std::string out;
+
+  GlmModel(const std::string &keywords, const std::vector<std::pair<int, std::string>> &runs) {
+    std::string list = keywords + "runs:\n";
+    for (size_t r = 0; r < runs.size(); r++) {
+      std::string stem = "run" + std::to_string(r + 1);
+      std::string data = s.run(stem, runs[r].first);
+      s.text(stem + ".glm", runs[r].second);
+      list += data + " " + s.path(stem + ".glm") + "\n";
+    }
+    read = read_control(s.text("a.ctl", list));
+    if (read.result != 0) return;
+    Captured c = capture_output([&] { result = GLM_define_basis_functions(); });
+    out = c.out;
+  }
+};
+
 // Runs `body` inside `dir`, for readers and writers of fixed file names.
 template <typename F>
 void in_directory(const std::string &dir, F body) {

@@ -10,27 +10,7 @@
 
 namespace {
 
-// Reads a one- or two-run study and builds its design.
-struct Design {
-  GlmStudy s;
-  ControlRead read;
-  int result = -99;
-  std::string out;
-
-  Design(const std::string &keywords, const std::vector<std::pair<int, std::string>> &runs) {
-    std::string list = keywords + "runs:\n";
-    for (size_t r = 0; r < runs.size(); r++) {
-      std::string stem = "run" + std::to_string(r + 1);
-      std::string data = s.run(stem, runs[r].first);
-      s.text(stem + ".glm", runs[r].second);
-      list += data + " " + s.path(stem + ".glm") + "\n";
-    }
-    read = read_control(s.text("a.ctl", list));
-    if (read.result != 0) return;
-    Captured c = capture_output([&] { result = GLM_define_basis_functions(); });
-    out = c.out;
-  }
-};
+using Design = GlmModel;
 
 TEST(DesignMatrix, SquareEventsWithoutKernelAndBaselineColumns) {
   Design d("baseline-terms 4\n", {{6, "2\n\n1\n2 6 2\n"}, {5, "2\n\n1\n0 2\n"}});
