@@ -8,6 +8,7 @@
 #include "zor_text.h"
 #include "zor_matrix.h"
 #include "zor_special.h"
+#include "zor_linear_models.h"
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_stack.h"
