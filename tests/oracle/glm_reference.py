@@ -51,14 +51,14 @@ class Event:
 
 class Study:
     def __init__(self, tr, runs, events, nbaseline=3, hrf=None, exclude=None, tables=None, conditions='1',
-                 convolve_table='', drift='', scale=None, fpet=False, band=None):
+                 convolve_table='', drift='', scale=None, fpet=False, band=None, noise=None):
         self.tr, self.runs, self.events = tr, runs, events
         self.nbaseline, self.hrf = nbaseline, hrf
         self.exclude = exclude or {}
         self.tables = tables or {}
         self.conditions, self.convolve_table, self.drift = conditions, convolve_table, drift
         self.scale = scale or {}
-        self.fpet, self.band = fpet, band
+        self.fpet, self.band, self.noise = fpet, band, noise
 
     # Files -----------------------------------------------------------------
     def write(self, folder):
@@ -81,6 +81,8 @@ class Study:
             lines.append('drift-correct %s' % self.drift)
         for ident, s in self.scale.items():
             lines.append('scale-event %r %s' % (s, ident))
+        if self.noise:
+            lines.append('noise-model %s' % self.noise)
         if self.band:
             lines.append('frequency-filter %r %r' % self.band)
         lines.append('conditions %s' % self.conditions)

@@ -9,6 +9,7 @@ import tempfile
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from glm_float32 import iterated_fit  # noqa: E402
 from glm_reference import (U, TOO_SMALL, Event, Study, band_filter, p_value, parse_driver,  # noqa: E402
                            run_driver)
 
@@ -91,7 +92,20 @@ def studies():
         2.0, [64, 63],
         [Event('1', 'square', [], {0: [(10, 30, None), (60, 80, None)], 1: [(20, 40, None)]})],
         nbaseline=2, band=(0.02, 0.3), conditions='1')
+    # An even length and a zero high edge: only the untouched last bin stays.
+    out['filter_zero_high'] = Study(
+        2.0, [60, 40],
+        [Event('1', 'square', [], {0: [(10, 30, None)], 1: [(20, 40, None)]})],
+        nbaseline=1, band=(0.05, 0.0), conditions='1')
     return out
+
+
+def iterated_studies():
+    return {'iterated_weights': Study(
+        2.0, [50, 40],
+        [Event('1', 'square', [], {0: [(10, 30, None), (50, 70, None)], 1: [(20, 40, None)]}),
+         Event('2', 'gamma', [4.0], {0: [(80, None, None)]})],
+        nbaseline=2, noise='iWLS', exclude={1: [(5, 7)]}, conditions='1 2 1,2')}
 
 
 def fine_tolerance(expected, scale):
@@ -156,7 +170,7 @@ def reference_fit(X, include, y, contrasts):
         imax = int(np.argmax(np.abs(cb)))
         dcb = np.abs(C) @ dbeta
         grad = 2 * np.abs(Vinv @ cb) / (sigma2 * df1)
-        dF = grad @ dcb + F * dsigma2 / sigma2 + F * 8 * U * k * np.sqrt(cond)
+        dF = grad @ dcb + dcb @ np.abs(Vinv) @ dcb / (sigma2 * df1) + F * dsigma2 / sigma2 + F * 8 * U * k * np.sqrt(cond)
         out.append(dict(word=word, F=F, dF=dF, effect=cb[imax], deffect=dcb[imax],
                         sem=np.sqrt(V[imax, imax] * sigma2), df1=df1, df2=dof,
                         dsem_rel=0.5 * dsigma2 / sigma2 + 8 * U * k * np.sqrt(cond)))
@@ -166,11 +180,16 @@ def reference_fit(X, include, y, contrasts):
 def p_range(F, dF, df1, df2):
     """The p values that F within its error bound can give; the doubling of
     multi-row tests folds, so the range is sampled, not taken at its ends."""
+    from scipy import stats
     lo, hi = max(F - dF, 0.0), F + dF
-    values = [p_value(f, df1, df2) for f in np.concatenate([[lo, F, hi], np.linspace(lo, hi, 4001)])]
-    if df1 != 1 and lo < F:  # values of F just above lo reach towards 0 where sf nears 1
-        values.append(p_value(lo + (hi - lo) * 1e-9, df1, df2))
-    return min(values), max(values)
+    Fs = np.concatenate([[lo, F, hi, lo + (hi - lo) * 1e-9], np.linspace(lo, hi, 4001)])
+    p = stats.f.sf(Fs, df1, df2) if df2 > 0 else np.ones_like(Fs)
+    if df1 != 1:
+        p = 2 * p
+        p[p == 2] = 1.0
+        p = np.where(p > 1, 2 - p, p)
+    p = np.maximum(p, TOO_SMALL)
+    return float(p.min()), float(p.max())
 
 
 def compare_fit(name, v, ref):
@@ -218,6 +237,52 @@ def series_for(X, include, rng, nvox):
     return np.array(ys)
 
 
+def check_iterated(rng):
+    for name, study in iterated_studies().items():
+        folder = tempfile.mkdtemp(prefix='zorglm.')
+        control = study.write(folder)
+        X_ref, include, order = study.design()
+        ys = series_for(X_ref, include, rng, 10)
+        for v in range(3):  # a few outliers make the weights matter
+            ys[v, 5 + 7 * v] += 50 * (v + 1)
+        series = os.path.join(folder, 'series.f32')
+        ys.astype('<f4').tofile(series)
+        X_drv, voxels, _ = parse_driver(run_driver(control, series, ['--design', '--weights'], cwd=folder))
+        compare_design(name, study, X_ref, X_drv, order)
+        passes_seen = set()
+        for v in voxels:
+            beta, sigma2, dof, passes = iterated_fit(X_drv, include, ys[v['voxel']])
+            passes_seen.add(passes)
+            tag = '%s voxel %d' % (name, v['voxel'])
+            check(np.float32(v['dof']) == dof, tag + ': dof %r, emulated %r' % (v['dof'], dof))
+            scale = np.abs(X_drv).max(0) @ np.abs(beta) + 1e-30
+            check(np.all(np.abs(v['beta'] - beta) <= 1e-5 * scale), tag + ': Beta_c %s, emulated %s' % (v['beta'], beta))
+            check(abs(v['sigma2'] - sigma2) <= 1e-5 * sigma2, tag + ': Sigma2 %r, emulated %r' % (v['sigma2'], sigma2))
+        check(len(passes_seen) > 1, '%s: every voxel took the same number of passes %s' % (name, passes_seen))
+
+
+def check_corrected_p(rng):
+    study = studies()['one_term']
+    folder = tempfile.mkdtemp(prefix='zorglm.')
+    control = study.write(folder)
+    X_ref, include, order = study.design()
+    ys = series_for(X_ref, include, rng, 8)
+    series = os.path.join(folder, 'series.f32')
+    ys.astype('<f4').tofile(series)
+    resels = 500
+    _, voxels, _ = parse_driver(run_driver(control, series, ['--resels', str(resels)], cwd=folder))
+    for v in voxels:
+        for c in v['conditions']:
+            F, df2 = np.float32(c['F']), np.float32(v['dof'])
+            ec3 = 0.1169 * (F * (df2 - 1) / df2 - 1) / (F / df2 + 1) ** ((df2 - 1) / 2)
+            expected = resels * ec3
+            if not 0 <= expected <= 1:
+                expected = 1.0
+            expected = max(expected, TOO_SMALL)
+            check(abs(c['p_cor'] - expected) <= 1e-5 * expected + 1e-44,
+                  'voxel %d condition %s: p_cor %g, expected %g' % (v['voxel'], c['word'], c['p_cor'], expected))
+
+
 def main():
     rng = np.random.default_rng(11)
     for name, study in studies().items():
@@ -252,6 +317,8 @@ def main():
                           '%s: zero series statistics %s' % (name, c))
                 continue
             compare_fit(name, v, reference_fit(X_drv, include, y, contrasts))
+    check_iterated(rng)
+    check_corrected_p(rng)
     if failures:
         print('\n'.join(failures[:60]))
         print('%d failures' % len(failures))
