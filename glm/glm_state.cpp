@@ -2,6 +2,7 @@
 // again within one process.
 #include <cstring>
 
+#include "glm_internal.h"
 #include "zor_alloc.h"
 #include "zor_glm.h"
 
@@ -47,6 +48,7 @@ void reset_input(void) {
 
 void GLM_reset_model(void) {
   reset_input();
+  glm_output_info = 0;
 
   GLM.initialized = 0;
   GLM.ntime = 0;

@@ -302,3 +302,18 @@ TEST(DesignMatrix, BasisFileForPlotting) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(DesignMatrix, EmptyModelBuildsAndFits) {
+  GlmStudy s;
+  ControlRead r = read_control(s.text("a.ctl", "runs:\n"));
+  ASSERT_EQ(r.result, 0);
+  EXPECT_EQ(GLM_define_basis_functions(), 0);
+  EXPECT_EQ(GLM.ncoeff, 0);
+  EXPECT_EQ(GLM.ntime, 0);
+  float sigma2 = -1;
+  EXPECT_EQ(GLM_fit_data(0, nullptr, nullptr, &sigma2), 0);
+}
+
+}  // namespace
