@@ -239,6 +239,11 @@ int read_header(EventReader &r, char *line) {
   float alpha;
   int shape = shape_of_header(r, event_number, id[0], word, w1, w2, nread, &alpha);
   if (shape < 0) return 1;
+  if (event_number == 0) {  // refused above already; kept as the reader's last guard
+    printf("Error read line %d of the GLM file %s.\n", r.line_number, r.file_name);
+    puts("Stim event 0 is reserved for the baseline condition.");
+    return 1;
+  }
   r.event_number = event_number;
   r.shape = shape;
   if (event_number == EXCLUSION) return 0;

@@ -259,6 +259,7 @@ def check_iterated(rng):
             check(np.all(np.abs(v['beta'] - beta) <= 1e-5 * scale), tag + ': Beta_c %s, emulated %s' % (v['beta'], beta))
             check(abs(v['sigma2'] - sigma2) <= 1e-5 * sigma2, tag + ': Sigma2 %r, emulated %r' % (v['sigma2'], sigma2))
         check(len(passes_seen) > 1, '%s: every voxel took the same number of passes %s' % (name, passes_seen))
+        check(10 in passes_seen, '%s: no voxel reached the limit of 10 passes %s' % (name, passes_seen))
 
 
 def check_corrected_p(rng):
