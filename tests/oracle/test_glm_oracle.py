@@ -310,6 +310,15 @@ def main():
                 scale = np.max(np.abs(y)) + 1e-30
                 check(np.max(np.abs(got - y_ref)) <= 1e-5 * scale,
                       '%s voxel %d: filtered series differs by %g' % (name, v['voxel'], np.max(np.abs(got - y_ref))))
+                # The deliberate properties, stated on their own: the last
+                # element untouched, and the mean scaled by the gain of the
+                # first bin above zero on a scale that runs to 1/TR.
+                n, low, high = len(y), study.band[0], study.band[1]
+                Y, G = np.fft.rfft(y), np.fft.rfft(got)
+                check(abs(G[-1] - Y[-1]) <= 1e-5 * np.abs(Y).max(), '%s voxel %d: last bin changed' % (name, v['voxel']))
+                f1 = (1 / study.tr) / (n / 2.0)
+                g1 = (1 / (1 + (low / f1) ** 12)) * (1 / (1 + (f1 / high) ** 12) if high else 0.0)
+                check(abs(G[0] - g1 * Y[0]) <= 1e-5 * np.abs(Y).max(), '%s voxel %d: zero frequency gain' % (name, v['voxel']))
                 y = got.astype(np.float32).astype(np.float64)
             if v['voxel'] == 0:
                 check(v['sigma2'] == 0.0, '%s: zero series has Sigma2 %g' % (name, v['sigma2']))
