@@ -290,3 +290,31 @@ TEST(DriftCorrection, OnlyOverNonZeroPoints) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(PreFilter, ANewModelOfAnotherLengthGetsItsOwnPlans) {
+  GlmModel a("baseline-terms 1\nfrequency-filter 0 0.2\n", {{40, "2\n\n1\n4 10\n"}});
+  std::vector<float> y(40, 1.0f);
+  capture_output([&] { GLM_PreFilter(0, 40, y.data()); });
+  GlmModel b("baseline-terms 1\nfrequency-filter 0 0.2\n", {{64, "2\n\n1\n4 10\n"}});
+  std::vector<float> z(64, 1.0f);
+  Captured c = capture_output([&] { EXPECT_EQ(GLM_PreFilter(0, 64, z.data()), 0); });
+  EXPECT_EQ(c.exit_status, -1);
+  // A constant keeps its value scaled by the first bin's gain.
+  float freq = 1 * (1 / 2.0f) / (64 / 2.0);
+  float gain = 1 / (1 + pow(freq / 0.2f, 12.0));
+  for (int t = 0; t < 64; t++) EXPECT_NEAR(z[t], gain, 1e-5);
+}
+
+TEST(DriftCorrection, OnePointTableEndsTheProcess) {
+  GlmStudy s;
+  std::string table = s.text("t.dat", "a\n3\n");
+  std::string data = s.run("run1", 1);
+  s.text("run1.glm", "2\n\n1 table 0\n");
+  ControlRead r = read_control(s.text("a.ctl", "baseline-terms 1\nruns:\n" + data + " " + s.path("run1.glm") + " " + table + "\n"));
+  EXPECT_EQ(r.printed.exit_status, 1);
+  EXPECT_EQ(r.printed.out, "Error: the # of points (1) must be >= 2.\n");
+}
+
+}  // namespace

@@ -172,3 +172,23 @@ TEST_F(Writer, UncreatableEventFileNamesTheControlFile) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(WriterLimits, ExponentialEventsLoseTheirTimeConstant) {
+  GlmStudy s;
+  std::string r1 = s.run("run1", 10);
+  s.text("e.glm", "2\n\n1 exponential-down 4\n2 8 3\n");
+  ControlRead r = read_control(s.text("e.ctl", "runs:\n" + r1 + " " + s.path("e.glm") + "\n"));
+  ASSERT_EQ(r.result, 0) << r.printed.out;
+  GLM.ncoeff = 1;
+  std::string out_control = s.path("w.ctl"), root = s.path("w");
+  capture_output([&] { EXPECT_EQ(GLM_write_glm_files(out_control.data(), root.data()), 0); });
+  r = read_control(out_control);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.printed.out, "Error on line 3 for event type 1 in file " + root + ".glm\n" +
+                               "For gamma & sigmoid shapes, specify the time constant and optionally alpha.\n" +
+                               capture_output([] { GLMInternal_describe_event_format(SHAPE_EXPDOWN); }).out);
+}
+
+}  // namespace
