@@ -437,3 +437,51 @@ TEST(ControlFile, DescribeFormatExample) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(StimulusList, EveryShapeHasItsFirstLine) {
+  GlmStudy s;
+  std::string r1 = s.run("run1", 20), r2 = s.run("run2", 10);
+  std::string rows;
+  for (int t = 0; t < 20; t++) rows += "1 2\n";
+  std::string table = s.text("t.dat", "motion heart\n" + rows);
+  s.text("run1.glm",
+         "2\n\n1 ramp-up\n0 4\n6 8 2\n\n2 ramp-down\n0 4\n\n3 exponential-down 5\n0 4\n\n4 sine 8\n0 4\n"
+         "\n5 cosine 8\n0 4\n\n6 gamma 3\n0\n\n7 gamma 3 2\n1 2\n\n8 sigmoid 4\n2\n\n9 drug-IRF 4 2\n0 4\n"
+         "\na table 1\n\nb baseline 0\n\nc baseline 1\n\nd baseline 2\n\ne baseline 3\n\nf baseline-exp-sat 9\n"
+         "\ng interaction 1 6\n\n-1\n0 1\n5 5\n");
+  s.text("run2.glm", "2\n\n1 ramp-up\n2 6\n\n-1\n3 4\n");
+  ControlRead r = read_control(s.text("a.ctl", "notify\nbaseline-terms 0\nIRF BOLD-rat\nruns:\n" + r1 + " " +
+                                                   s.path("run1.glm") + " " + table + "\n" + r2 + " " +
+                                                   s.path("run2.glm") + "\n"));
+  ASSERT_EQ(r.result, 0) << r.printed.out;
+  size_t at = r.printed.out.find("GLM description");
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_EQ(r.printed.out.substr(at),
+            "GLM description: 30 time points in 2 runs with TR =  2.0\n\n  stimuli:\n\n# events = 16\n\n"
+            " ON    OFF  STRENGTH\n----- ----- --------\n"
+            "  0.0   4.0     1.00 (ramp-up event 1)\n"
+            "  6.0   8.0     2.00\n"
+            " 42.0  46.0     1.00\n"
+            "  0.0   4.0     1.00 (ramp-down event 2)\n"
+            "  0.0   4.0     1.00 (exponential-down event 3, tau =   5.0)\n"
+            "  0.0   4.0     1.00 (sine event 4, period = 8)\n"
+            "  0.0   4.0     1.00 (cosine event 5, period = 8)\n"
+            "  0.0  38.0     1.00 (gamma event 6, tau =   3.0)\n"
+            "  1.0  38.0     2.00 (gamma event 7, tau =   3.0, alpha =  2.0)\n"
+            "  2.0  38.0     1.00 (sigmoid event 8, tau =   4.0)\n"
+            "  0.0   4.0     1.00 (drug-IRF event 9, tau = 4 2)\n"
+            "  0.0  38.0          (table event a, column 1 -> heart)\n"
+            "  0.0  38.0          (baseline event b, DC term)\n"
+            "  0.0  38.0          (baseline event c, linear term)\n"
+            "  0.0  38.0          (baseline event d, quadratic term)\n"
+            "  0.0  38.0          (baseline event e, cubic term)\n"
+            "  0.0  38.0          (baseline-exp-sat event f, tau = 9)\n"
+            "  0.0  38.0          (interaction event g, event 1 times event 6)\n"
+            "    0     1 (excluded segments, units = time points)\n"
+            "    5     5\n"
+            "   23    24\n");
+}
+
+}  // namespace
