@@ -16,5 +16,6 @@
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"
 #include "zor_startup.h"
+#include "zor_glm.h"
 
 #endif

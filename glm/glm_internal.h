@@ -1,0 +1,20 @@
+// Helpers shared by the sources of the linear-model engine only.
+#ifndef ZOR_GLM_INTERNAL_H
+#define ZOR_GLM_INTERNAL_H
+
+#include <cstdio>
+
+// A line counts as blank when it holds nothing a number scan could start on.
+inline int glm_line_is_blank(const char *line) {
+  int value;
+  return sscanf(line, "%d", &value) == EOF;
+}
+
+// Whether the notify keyword or the reader's own argument asked for reports.
+extern int glm_output_info;
+
+// Columns of the contrast rows now held: the model's count, unless the
+// design has been rebuilt since the conditions were.
+int glm_contrast_columns(void);
+
+#endif

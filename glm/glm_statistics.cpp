@@ -1,0 +1,95 @@
+// The statistics of one condition on the last fit: F, a signed
+// contrast-to-noise value, uncorrected and corrected p values, the effect
+// size and its standard error.
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "glm_internal.h"
+#include "zor_glm.h"
+#include "zor_special.h"
+
+namespace {
+
+// The float whose bit pattern is 27: p values never go below it, so that
+// -log10 stays finite.
+float too_small_value(void) {
+  unsigned int bits = 27;
+  float value;
+  memcpy(&value, &bits, sizeof value);
+  return value;
+}
+
+}  // namespace
+
+int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
+                    float *p_cor, float *effect_size, float *effect_sem) {
+  const float ec3constant = 0.1169f;
+  const float too_small = too_small_value();
+  if (sigma2 == 0.0f) {
+    *cnr = *effect_size = *effect_sem = 0.0f;
+    *p_raw = *p_cor = 1.0f;
+    return 0;
+  }
+  if (lCondition < 0 || lCondition > GLM.nconditions - 1) {
+    printf("Error: the specified condition (%d) is out of range (0-%d)\n", lCondition, GLM.nconditions - 1);
+    return 1;
+  }
+  if (ntime != GLM.ntime) {
+    puts("Error: # time points != # used in GLM fit.");
+    return 1;
+  }
+  int **C = GLM.contrast_matrix[lCondition];
+  float **covar = GLM.FCovar[lCondition], **covar_inv = GLM.FCovarInv[lCondition];
+  int nrows = GLM.ncontrasts[lCondition];
+  if (!C || !covar || !covar_inv) {
+    printf("Error: the contrasts of condition %d are not defined.\n", lCondition);
+    return 1;
+  }
+
+  int ncol = glm_contrast_columns();
+  std::vector<float> CBeta(nrows);
+  float CBetaMax = 0.0f;
+  int lContrastMax = 0;
+  for (int i = 0; i < nrows; i++) {
+    float sum = 0.0f;
+    for (int c = 0; c < ncol; c++) sum += C[i][c] * GLM.Beta_c[c];
+    CBeta[i] = sum;
+    if (i == 0 || fabsf(sum) > fabsf(CBetaMax)) {
+      CBetaMax = sum;
+      lContrastMax = i;
+    }
+  }
+  *effect_size = CBetaMax;
+  *effect_sem = sqrt(covar[lContrastMax][lContrastMax] * sigma2);
+
+  float numerator = 0.0f;
+  for (int i = 0; i < nrows; i++)
+    for (int j = 0; j < nrows; j++) numerator += covar_inv[i][j] * CBeta[i] * CBeta[j];
+  float df1 = nrows, df2 = GLM.dof;
+  float F = numerator / sigma2 / df1;
+  *Fstat = F;
+  *cnr = sqrt(F);
+
+  double ec3 = ec3constant * ((double)F * (df2 - 1) / df2 - 1) / pow((double)F / df2 + 1, (df2 - 1) / 2.0);
+  *p_cor = resels * ec3;
+  if (CBetaMax < 0) *cnr = -*cnr;
+
+  float x = df2 / (df1 * F + df2);
+  if (!(x >= 0 && x <= 1)) x = 1;
+  // Without degrees of freedom left the integral is undefined; its value at
+  // x = 1 stands for it.
+  double beta = df2 > 0 ? ibeta(df2 * 0.5, 0.5 * df1, x) : 1.0;
+  if (df1 == 1) {
+    *p_raw = beta;
+  } else {
+    *p_raw = 2 * beta;
+    if (*p_raw == 2) *p_raw = 1;
+    if (*p_raw > 1) *p_raw = 2 - *p_raw;
+  }
+  if (*p_cor > 1 || *p_cor < 0) *p_cor = 1;
+  if (*p_raw < too_small) *p_raw = too_small;
+  if (*p_cor < too_small) *p_cor = too_small;
+  return 0;
+}
