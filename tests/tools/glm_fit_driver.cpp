@@ -5,7 +5,8 @@
 //
 //   glm_fit_driver CONTROL [options]
 //     --series FILE      voxel time series: float32, voxel after voxel, each
-//                        over all runs (default: the runs' volumes)
+//                        over all runs (default: the runs' volumes, loaded
+//                        as the viewer loads its image stack)
 //     --voxels LIST      voxels to print, as 0,3-5 (default all)
 //     --weights          set the weights for each series first, as the viewer does
 //     --resels N         multiplier of the corrected p (default 0)
@@ -67,6 +68,28 @@ int read_series(const std::string &name, int ntime, std::vector<float> &values, 
   return n == values.size() ? 0 : 1;
 }
 
+// The runs' volumes, concatenated along time, as voxel series.
+int load_runs(std::vector<float> &values, int *nvoxels) {
+  file_list files;
+  memset(&files, 0, sizeof files);
+  for (int r = 0; r < GLM_input.nruns; r++) add_image_file(&files, GLM_input.run_name[r], 0, 0);
+  data_stack stack;
+  memset(&stack, 0, sizeof stack);
+  int nfiles = 0;
+  if (GLM_input.nruns < 1 || read_SpaceTime_data(0, 1, &stack, &files, &nfiles)) return 1;
+  if (stack.nt != GLM.ntime) {
+    printf("Error: the runs hold %d time points, the model %d.\n", stack.nt, GLM.ntime);
+    return 1;
+  }
+  *nvoxels = stack.n3d;
+  values.resize((size_t)stack.n3d * GLM.ntime);
+  for (int v = 0; v < stack.n3d; v++)
+    for (int t = 0; t < GLM.ntime; t++) values[(size_t)v * GLM.ntime + t] = stack_data_4d(&stack, 0, v, t);
+  free_stack_data(stack.nt, &stack);
+  clear_file_list(&files);
+  return 0;
+}
+
 void print_design(void) {
   for (int t = 0; t < GLM.ntime; t++) {
     printf("X %d", t);
@@ -120,8 +143,8 @@ int main(int argc, char **argv) {
   int nvoxels = 0;
   if (!o.series.empty()) {
     if (read_series(o.series, GLM.ntime, values, &nvoxels)) return 1;
-  } else {
-    nvoxels = 0;  // volumes of the runs: not loaded by this tool yet
+  } else if (load_runs(values, &nvoxels)) {
+    return 1;
   }
   std::vector<int> chosen(nvoxels > 0 ? nvoxels : 1);
   int nchosen = 0;
