@@ -3,30 +3,63 @@
 // the iWLS noise model; baseline removal and noise curves for display.
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 #include "zor_exit.h"
 #include "zor_glm.h"
 
+namespace {
+
+// Coefficients first..first+N-1 of the fit, each summed over time in time
+// order exactly as a plain loop would: the N sums run side by side so the
+// processor is not left waiting on one long chain of additions.
+template <int N>
+void project_block(int first, int ntime, const float *weighted) {
+  float sum[N] = {};
+  const float *row[N];
+  for (int j = 0; j < N; j++) row[j] = GLM.XTXm1XT_ct[first + j];
+  for (int t = 0; t < ntime; t++) {
+    float w = weighted[t];
+    for (int j = 0; j < N; j++) sum[j] += row[j][t] * w;
+  }
+  for (int j = 0; j < N; j++) GLM.Beta_c[first + j] = sum[j];
+}
+
+}  // namespace
+
 void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2) {
   int nc = GLM.ncoeff;
-  for (int c = 0; c < nc; c++) {
-    float sum = 0.0f;
-    for (int t = 0; t < ntime; t++) sum += GLM.XTXm1XT_ct[c][t] * (GLM.include_time[t] * GLM.Weight_t[t] * data_vector[t]);
-    GLM.Beta_c[c] = sum;
+  // The weighted data, (include x weight) x value, once for every coefficient.
+  static thread_local std::vector<float> weighted;
+  weighted.resize((size_t)(ntime > 0 ? ntime : 0));
+  for (int t = 0; t < ntime; t++) weighted[t] = GLM.include_time[t] * GLM.Weight_t[t] * data_vector[t];
+  // Blocks of at most 16 sums, as even as possible.
+  static void (*const block[17])(int, int, const float *) = {
+      nullptr,           project_block<1>,  project_block<2>,  project_block<3>,  project_block<4>,
+      project_block<5>,  project_block<6>,  project_block<7>,  project_block<8>,  project_block<9>,
+      project_block<10>, project_block<11>, project_block<12>, project_block<13>, project_block<14>,
+      project_block<15>, project_block<16>};
+  int nblocks = (nc + 15) / 16;
+  for (int b = 0, c = 0; b < nblocks; b++) {
+    int n = (nc - c) / (nblocks - b);
+    block[n](c, ntime, weighted.data());
+    c += n;
   }
-  *sigma2 = 0.0f;
+  const float *beta = GLM.Beta_c;
+  float sum2 = 0.0f;
   for (int t = 0; t < ntime; t++) {
+    const float *xo = GLM.Xorig_tc[t], *xw = GLM.X_tc[t];
     float drawn = 0.0f, fit = 0.0f;
-    for (int c = 0; c < nc; c++) {
-      drawn += GLM.Beta_c[c] * GLM.Xorig_tc[t][c];
-      fit += GLM.Beta_c[c] * GLM.X_tc[t][c];
+    for (int k = 0; k < nc; k++) {
+      drawn += beta[k] * xo[k];
+      fit += beta[k] * xw[k];
     }
     fit_vector[t] = drawn;
     float y_prime = GLM.include_time[t] * data_vector[t];
-    *sigma2 += (y_prime - fit) * (y_prime - fit);
-    GLM.Residue_t[t] = GLM.include_time[t] * (data_vector[t] - fit_vector[t]);
+    sum2 += (y_prime - fit) * (y_prime - fit);
+    GLM.Residue_t[t] = GLM.include_time[t] * (data_vector[t] - drawn);
   }
-  *sigma2 /= GLM.dof;
+  *sigma2 = sum2 / GLM.dof;
   GLM.Sigma2 = *sigma2;
 }
 

@@ -40,11 +40,9 @@ unsigned long activation_color_scheme0(float value, unsigned long gray_pixel);
 unsigned long activation_color_scheme1(float value, unsigned long gray_pixel);
 unsigned long activation_color_scheme2(float value, unsigned long gray_pixel);
 
-// Sets the four default thresholds from the loaded maps.
+// Sets the four default thresholds from the loaded maps; the model's
+// multiple_comparisons flag chooses the lower p threshold.
 void rescale_activation(void);
-// Whether the model's input asks for thresholds without correction over
-// the voxels; 0 until a model is loaded.
-extern int activation_multiple_comparisons;
 
 // The colorbar's pixels, W columns by H rows, row by row, as RGB: the
 // colour ramp of the current scheme, or a gray ramp with the map hidden.

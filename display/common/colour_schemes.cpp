@@ -5,11 +5,11 @@
 
 #include "zor_colour.h"
 #include "zor_display_state.h"
+#include "zor_glm.h"
 #include "zor_special.h"
 #include "zor_stack.h"
 
 float act_scale_slope = 1.0f, act_scale_offset = 0.0f;
-int activation_multiple_comparisons = 0;
 
 namespace {
 
@@ -154,44 +154,10 @@ unsigned long activation_color_scheme2(float value, unsigned long gray_pixel) {
   return blend_with_gray(255, 1279 - level, 0, gray_pixel);
 }
 
-namespace {
-
-// The value of one voxel of a volume of a stack, as the map shows it.
-float stack_value(const data_stack *stack, int display_data_type, int ispace, int itime) {
-  switch (stack->data_type) {
-    case 0: return stack->Volume ? stack->Volume[itime][ispace] : 0.0f;
-    case 1:
-    case 2: {
-      if (!stack->fcVolume) return 0.0f;
-      FCOMPLEX c = stack->fcVolume[itime][ispace];
-      bool polar = stack->data_type == 2;
-      switch (display_data_type) {
-        case 0: return polar ? c.real : compute_amplitude(c);
-        case 1: return polar ? c.imag : (float)(compute_phase(c) * 57.29577950560105);
-        case 2: return polar ? c.real * cosf(c.imag) : c.real;
-        default: return polar ? c.real * sinf(c.imag) : c.imag;
-      }
-    }
-    case 3: {
-      if (!stack->v3Volume) return 0.0f;
-      POINT3D v = stack->v3Volume[itime][ispace];
-      switch (display_data_type) {
-        case 1: return v.x;
-        case 2: return v.y;
-        case 3: return v.z;
-        default: return sqrtf(v.x * v.x + v.y * v.y + v.z * v.z);
-      }
-    }
-    default: return 0.0f;
-  }
-}
-
-}  // namespace
-
 void rescale_activation(void) {
   int n3d = mosaic.stack ? mosaic.stack->n3d : 0;
   activation.thresh_log_high = 20.0f;
-  activation.thresh_log_low = activation_multiple_comparisons
+  activation.thresh_log_low = GLM_input.multiple_comparisons
                                   ? 2.0f
                                   : (float)-log10(0.01 / (double)(n3d > 0 ? n3d : 1));
   activation.thresh_log_high = truncf(activation.thresh_log_high);
@@ -214,7 +180,7 @@ void rescale_activation(void) {
   const data_stack *stack = activation.stack;
   if (linear && stack && index < stack->nt) {
     for (int j = 0; j < stack->n3d; j++) {
-      float v = fabsf(stack_value(stack, activation.display_data_type, j, index));
+      float v = fabsf(stack_data_4d(stack, activation.display_data_type, j, index));
       if (v < smallest) smallest = v;
       if (v > largest) largest = v;
     }

@@ -376,9 +376,9 @@ TEST_F(ColourScheme, DefaultThresholdsWithoutALinearMap) {
   EXPECT_EQ(activation.thresh_log_low, 5.0f);  // -log10(0.01 / 1000)
   EXPECT_EQ(activation.thresh_lin_low, 0.0f);
   EXPECT_EQ(activation.thresh_lin_high, 1e20f);
-  activation_multiple_comparisons = 1;
+  GLM_input.multiple_comparisons = 1;
   rescale_activation();
-  activation_multiple_comparisons = 0;
+  GLM_input.multiple_comparisons = 0;
   EXPECT_EQ(activation.thresh_log_low, 2.0f);
 }
 
