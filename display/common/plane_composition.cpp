@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <thread>
 
 #include "pixel_blend.h"
 #include "zor_colour.h"
@@ -190,31 +191,52 @@ struct PlainPixel {
   }
 };
 
+// Runs body(first, last) over [0, count), split between two threads when the
+// work is large enough to pay for one: each output row is written by one
+// thread only, and every pixel is computed exactly as it would be alone.
+template <typename Body>
+void split_rows(int count, size_t pixels_per_row, bool parallel, Body body) {
+  const unsigned cores = std::thread::hardware_concurrency();
+  if (!parallel || cores < 2 || count < 2 || (size_t)count * pixels_per_row < 32768) {
+    body(0, count);
+    return;
+  }
+  const int half = count / 2;
+  std::thread other([&] { body(half, count); });
+  body(0, half);
+  other.join();
+}
+
 template <typename Pixel>
-void compose_rows(const PlaneContext &c, uint32_t *rows, size_t row_pixels, Pixel pixel) {
+void compose_rows(const PlaneContext &c, uint32_t *rows, size_t row_pixels, Pixel pixel,
+                  bool parallel) {
   const int Z = mosaic.zoom_window > 0 ? mosaic.zoom_window : 1;
   const IPOINT2D size = plane_pixel_size(c.orientation);
   if (plane_on_grid(c.orientation)) {
     // One composition per display pixel, repeated over its Z by Z block:
     // the main saving at high zoom.
-    for (int jy = 0; jy < size.y; jy++) {
-      uint32_t *first_row = rows + row_pixels * (size_t)(jy * Z);
-      const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)(jy * Z);
-      for (int jx = 0; jx < size.x; jx++) {
-        const uint32_t value = pixel(c, table_row[jx * Z]);
-        for (int k = 0; k < Z; k++) first_row[jx * Z + k] = value;
+    split_rows(size.y, (size_t)size.x, parallel, [&](int first, int last) {
+      for (int jy = first; jy < last; jy++) {
+        uint32_t *first_row = rows + row_pixels * (size_t)(jy * Z);
+        const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)(jy * Z);
+        for (int jx = 0; jx < size.x; jx++) {
+          const uint32_t value = pixel(c, table_row[jx * Z]);
+          for (int k = 0; k < Z; k++) first_row[jx * Z + k] = value;
+        }
+        for (int k = 1; k < Z; k++)
+          memcpy(first_row + row_pixels * k, first_row, sizeof(uint32_t) * (size_t)c.width);
       }
-      for (int k = 1; k < Z; k++)
-        memcpy(first_row + row_pixels * k, first_row, sizeof(uint32_t) * (size_t)c.width);
-    }
+    });
     return;
   }
   const int height = size.y * Z;
-  for (int y = 0; y < height; y++) {
-    uint32_t *row = rows + row_pixels * (size_t)y;
-    const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)y;
-    for (int x = 0; x < c.width; x++) row[x] = pixel(c, table_row[x]);
-  }
+  split_rows(height, (size_t)c.width, parallel, [&](int first, int last) {
+    for (int y = first; y < last; y++) {
+      uint32_t *row = rows + row_pixels * (size_t)y;
+      const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)y;
+      for (int x = 0; x < c.width; x++) row[x] = pixel(c, table_row[x]);
+    }
+  });
 }
 
 }  // namespace
@@ -237,12 +259,14 @@ void compose_plane_rows(int which_image, int iXYZ, uint32_t *rows, size_t row_pi
   const PlaneContext c = plane_context(which_image == MOSAIC ? iXYZ : 0, which_image);
   const bool plain = c.real_samples && !c.mip && c.projection_axis < 0 && !c.vectors &&
                      !c.filter && (!c.map_visible || c.real_map);
-  if (!plain) return compose_rows(c, rows, row_pixels, GeneralPixel());
+  // The general path may fill projection tables on first use: it stays on
+  // one thread. The plain path only reads.
+  if (!plain) return compose_rows(c, rows, row_pixels, GeneralPixel(), false);
   const bool map = c.map_visible, region = c.ovl_weight && c.ovl_color;
-  if (map && region) return compose_rows(c, rows, row_pixels, PlainPixel<true, true>());
-  if (map) return compose_rows(c, rows, row_pixels, PlainPixel<true, false>());
-  if (region) return compose_rows(c, rows, row_pixels, PlainPixel<false, true>());
-  compose_rows(c, rows, row_pixels, PlainPixel<false, false>());
+  if (map && region) return compose_rows(c, rows, row_pixels, PlainPixel<true, true>(), true);
+  if (map) return compose_rows(c, rows, row_pixels, PlainPixel<true, false>(), true);
+  if (region) return compose_rows(c, rows, row_pixels, PlainPixel<false, true>(), true);
+  compose_rows(c, rows, row_pixels, PlainPixel<false, false>(), true);
 }
 
 void compose_plane(int which_image, int iXYZ, std::vector<unsigned long> &pixels) {

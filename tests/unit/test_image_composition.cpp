@@ -196,6 +196,53 @@ TEST_F(Composition, InterpolatedPixelsBlendNeighbours) {
   EXPECT_NEAR(fData, expected, 1e-3);
 }
 
+TEST_F(Composition, LargeInterpolatedPlaneEqualsItsPixelsOneByOne) {
+  // A plane big enough to be composed in parts: every pixel must still be
+  // exactly the blend of its own gathered layers.
+  stack.dim = IPOINT3D{130, 97, 2};
+  stack.n2d = 130 * 97;
+  stack.n3d = stack.n2d * 2;
+  data.assign((size_t)stack.n3d, 0.0f);
+  map.assign((size_t)stack.n3d, 0.0f);
+  weights.assign((size_t)stack.n3d, 0.0f);
+  colours.assign((size_t)stack.n3d, 0);
+  for (int i = 0; i < stack.n3d; i++) {
+    data[(size_t)i] = (float)((i * 37) % 2551);
+    map[(size_t)i] = (float)((i * 13) % 23) - 11.0f;
+    if (i % 17 == 0) weights[(size_t)i] = 0.5f, colours[(size_t)i] = COLOR_RED;
+  }
+  overlay_map.weight = weights.data();
+  overlay_map.color = colours.data();
+  mosaic.fSpaceMatrix = data.data();
+  activation.fSpaceMatrix = map.data();
+  activation.visible = 1;
+  mosaic.PixelDim = stack.dim;
+  mosaic.DisplayVolumeDim = stack.dim;
+  mosaic.icross = IPOINT3D{40, 30, 1};
+  mosaic.interpolate = 1;
+  mosaic.zoom_window = 2;
+  create_neighborhoods();
+  for (int visible = 0; visible < 2; visible++) {
+    activation.visible = visible;
+    std::vector<unsigned long> p = plane(MOSAIC, 1);
+    const IPOINT2D size = plane_pixel_size(ORTHO_XY);
+    const int width = size.x * 2, height = size.y * 2;
+    ASSERT_EQ(p.size(), (size_t)width * height);
+    int differences = 0;
+    for (int y = 0; y < height; y++)
+      for (int x = 0; x < width; x++) {
+        float fData, fMap, fOvl, fCross, fProj;
+        int ovl_color;
+        POINT3D v3;
+        interpolate_2d(1, MOSAIC, IPOINT2D{x, y}, &fData, &fMap, &fOvl, &fCross, &fProj, &ovl_color,
+                       &v3);
+        differences += p[(size_t)width * y + x] !=
+                       image_pixel(fData, fMap, fOvl, fCross, fProj, ovl_color, v3);
+      }
+    EXPECT_EQ(differences, 0) << "map visible " << visible;
+  }
+}
+
 TEST_F(Composition, ConstantImageGetsAWindowOfTwentyAroundItsValue) {
   data.assign(24, 7.0f);
   rescale_image(1);
