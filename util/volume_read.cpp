@@ -1,14 +1,18 @@
 // Reading the voxels of one file into its place in a stack: native and
 // NIfTI volumes, one volume per read, and FreeSurfer slice series.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "zor_alloc.h"
 #include "zor_exit.h"
@@ -228,6 +232,96 @@ void show_progress(const char *name, int jt, int nt) {
   fflush(stdout);
 }
 
+
+// Converts one volume of magnitude data from the file's bytes at `src` into
+// `target`: the same steps as read_volume after its read.
+void convert_mapped_volume(const unsigned char *src, const XD_HEADER &header, bool swap, int npts,
+                           void *raw, float *target, Scaling scaling) {
+  const int bytes = storage_bytes(header.storage_type);
+  const void *stored = src;
+  if (header.storage_type == BFLOAT) {
+    memcpy(target, src, sizeof(float) * (size_t)npts);
+    if (swap) swap_bytes_32(target, npts);
+    return;
+  }
+  if (swap && bytes > 1) {
+    memcpy(raw, src, (size_t)npts * (size_t)bytes);
+    if (bytes == 2)
+      swap_bytes_16(raw, npts);
+    else
+      swap_bytes_32(raw, npts);
+    stored = raw;
+  }
+  switch (header.storage_type) {
+    case BSHORT: convert_volume(static_cast<const int16_t *>(stored), target, npts, scaling); break;
+    case USHORT: convert_volume(static_cast<const uint16_t *>(stored), target, npts, scaling); break;
+    case BLONG: convert_volume(static_cast<const int32_t *>(stored), target, npts, scaling); break;
+    default: convert_volume(static_cast<const unsigned char *>(stored), target, npts, scaling); break;
+  }
+}
+
+// Magnitude volumes of a regular file that holds all of them: the file is
+// mapped and its volumes converted straight from the page cache, shared
+// between two threads. Each volume is converted exactly as the one-by-one
+// reader would, and the progress lines come out the same, in order.
+// Returns false, having done nothing, when the file does not qualify.
+bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
+                           Scaling scaling) {
+  const XD_HEADER &header = file_info->header;
+  const char *name = file_info->file_name;
+  const int bytes = storage_bytes(header.storage_type);
+  const int nt = file_info->nt;
+  const int npts = stack->npts_volume;
+  if (stack->data_type != DATA_MAGNITUDE || bytes == 0 || nt < 2 || npts <= 0 ||
+      (header.storage_type == UINT8 && header.data_type == DATA_VECTOR))
+    return false;
+  const long long volume_bytes = (long long)npts * bytes;
+  const long long need = offset + (long long)nt * volume_bytes;
+  const int fd = open(name, O_RDONLY | O_NONBLOCK);
+  if (fd < 0) return false;
+  struct stat st;
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < need) {
+    close(fd);
+    return false;
+  }
+  void *map = mmap(nullptr, (size_t)need, PROT_READ, MAP_PRIVATE, fd, 0);
+  close(fd);
+  if (map == MAP_FAILED) return false;
+  madvise(map, (size_t)need, MADV_SEQUENTIAL | MADV_WILLNEED);
+  const unsigned char *data = static_cast<const unsigned char *>(map) + offset;
+  const bool swap = machine_byte_order() != header.byte_order;
+
+  std::atomic<int> next{0};
+  auto work = [&](void *raw, bool report) {
+    int printed = 0;
+    for (;;) {
+      const int jt = next.fetch_add(1);
+      if (jt >= nt) break;
+      if (report)
+        for (; printed <= jt; printed++) show_progress(name, printed, nt);
+      const int it = file_info->start_image + jt;
+      convert_mapped_volume(data + jt * volume_bytes, header, swap, npts, raw, stack->Volume[it],
+                            scaling);
+      place_volume(stack, header, it, stack->Volume[it], scaling.on);
+    }
+    if (report)
+      for (; printed < nt; printed++) show_progress(name, printed, nt);
+  };
+  const bool two = std::thread::hardware_concurrency() > 1;
+  std::vector<char> raw_main(swap ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
+  if (two) {
+    std::thread other([&] { work(raw_other.data(), false); });
+    work(raw_main.data(), false);
+    other.join();
+    for (int jt = 0; jt < nt; jt++) show_progress(name, jt, nt);
+  } else {
+    work(raw_main.data(), true);
+  }
+  munmap(map, (size_t)need);
+  printf("\r%s: 100 %c\n", name, '%');
+  fflush(stdout);
+  return true;
+}
 }  // namespace
 
 int check_stack_file(const data_stack *stack, const file_list *node) {
@@ -264,6 +358,17 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
     fclose(fp);
     seek_failure(offset, name);
   }
+  // Magnitude volumes of integers are scaled while they are converted.
+  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
+                        header.storage_type == BLONG ||
+                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
+  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
+                               header.scale_slope != 0.0f,
+                           header.scale_slope, header.scale_offset};
+  if (read_mapped_magnitude(stack, file_info, offset, scaling)) {
+    fclose(fp);
+    return 0;
+  }
 
   const int npts = stack->npts_volume;
   float *values = nullptr;
@@ -274,14 +379,6 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   const int bytes = storage_bytes(header.storage_type);
   void *raw = nullptr;
   if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector(npts * bytes);
-
-  // Magnitude volumes of integers are scaled while they are converted.
-  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
-                        header.storage_type == BLONG ||
-                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
-  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
-                               header.scale_slope != 0.0f,
-                           header.scale_slope, header.scale_offset};
 
   const int nt = file_info->nt;
   for (int jt = 0; jt < nt; jt++) {

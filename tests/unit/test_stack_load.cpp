@@ -220,6 +220,52 @@ TEST_F(StackLoad, SlopeAndOffsetScaleUnlessSlopeIsZero) {
   }
 }
 
+TEST_F(StackLoad, LongRunsOfEveryIntegerTypeScaleEachVoxelExactly) {
+  // Many volumes of many voxels, read as one file: each voxel must be its
+  // own stored value under slope and offset, in float steps, in its place.
+  const int nx = 17, ny = 9, nz = 5, nt = 31, n3d = nx * ny * nz;
+  for (int16_t datatype : {2, 4, 8, 512}) {
+    SetUp();
+    NiftiFields s;
+    s.dim[0] = 4, s.dim[1] = nx, s.dim[2] = ny, s.dim[3] = nz, s.dim[4] = static_cast<int16_t>(nt);
+    s.datatype = datatype;
+    s.scl_slope = 0.37f;
+    s.scl_inter = -11.5f;
+    const int size = datatype == 2 ? 1 : datatype == 8 ? 4 : 2;
+    std::vector<unsigned char> bytes((size_t)n3d * nt * size);
+    std::vector<double> stored((size_t)n3d * nt);
+    for (size_t i = 0; i < stored.size(); i++) {
+      const uint32_t h = (uint32_t)(i * 2654435761u) >> 7;
+      if (datatype == 2) {
+        const uint8_t v = (uint8_t)h;
+        memcpy(&bytes[i], &v, 1), stored[i] = v;
+      } else if (datatype == 4) {
+        const int16_t v = (int16_t)h;
+        memcpy(&bytes[2 * i], &v, 2), stored[i] = v;
+      } else if (datatype == 512) {
+        const uint16_t v = (uint16_t)h;
+        memcpy(&bytes[2 * i], &v, 2), stored[i] = v;
+      } else {
+        const int32_t v = (int32_t)(h * 977u);
+        memcpy(&bytes[4 * i], &v, 4), stored[i] = v;
+      }
+    }
+    TestFileList files;
+    files.add(write("long.nii", s, bytes.data(), bytes.size()));
+    LoadResult r = load_stack(&image_stack, &files.head);
+    ASSERT_EQ(r.result, 0) << datatype << r.printed.out;
+    ASSERT_EQ(image_stack.nt, nt);
+    int wrong = 0;
+    for (int t = 0; t < nt; t++)
+      for (int j = 0; j < n3d; j++) {
+        const float want = 0.37f * (float)stored[(size_t)t * n3d + j] + -11.5f;
+        wrong += image_stack.Volume[t][j] != want;
+      }
+    EXPECT_EQ(wrong, 0) << datatype;
+    TearDown();
+  }
+}
+
 TEST_F(StackLoad, ComplexAndVectorDataStayUnscaledBeyondTheirFirstValue) {
   NiftiFields s;
   s.datatype = 32;
