@@ -3,29 +3,84 @@
 // the iWLS noise model; baseline removal and noise curves for display.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
+#include "glm_internal.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
 
 namespace {
 
-// Coefficients first..first+N-1 of the fit, each summed over time in time
-// order exactly as a plain loop would: the N sums run side by side so the
-// processor is not left waiting on one long chain of additions.
-template <int N>
-void project_block(int first, int ntime, const float *weighted) {
-  float sum[N] = {};
-  const float *row[N];
-  for (int j = 0; j < N; j++) row[j] = GLM.XTXm1XT_ct[first + j];
-  for (int t = 0; t < ntime; t++) {
-    float w = weighted[t];
-    for (int j = 0; j < N; j++) sum[j] += row[j][t] * w;
+typedef float four __attribute__((vector_size(16)));
+
+inline four load_four(const float *p) {
+  four v;
+  memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// Copies of the model's matrices laid out for the fit: the design and its
+// weighted form by column (coefficient after coefficient), and the
+// pseudo-inverse by time point with its rows padded to a multiple of four.
+// With them, four coefficients or four time points are summed side by side,
+// lane by lane the same products and sums in the same order as the plain
+// loops over the model's own matrices.
+struct FitCopies {
+  unsigned long generation = 0;
+  bool valid = false;
+  int ntime = 0, ncoeff = 0, padded = 0;
+  float **source = nullptr, **source_orig = nullptr, **source_pinv = nullptr;
+  std::vector<float> X, Xorig;  // [c * ntime + t]
+  std::vector<float> pinv;      // [t * padded + c]
+};
+FitCopies copies;
+
+const FitCopies &fit_copies(int ntime) {
+  FitCopies &d = copies;
+  const int nc = GLM.ncoeff;
+  if (d.valid && d.generation == glm_model_generation && d.ntime == ntime && d.ncoeff == nc &&
+      d.source == GLM.X_tc && d.source_orig == GLM.Xorig_tc && d.source_pinv == GLM.XTXm1XT_ct)
+    return d;
+  d.generation = glm_model_generation;
+  d.ntime = ntime;
+  d.ncoeff = nc;
+  d.padded = (nc + 3) / 4 * 4;
+  d.source = GLM.X_tc;
+  d.source_orig = GLM.Xorig_tc;
+  d.source_pinv = GLM.XTXm1XT_ct;
+  d.X.assign((size_t)ntime * (size_t)nc, 0.0f);
+  d.Xorig.assign(d.X.size(), 0.0f);
+  d.pinv.assign((size_t)ntime * (size_t)d.padded, 0.0f);
+  for (int t = 0; t < ntime; t++)
+    for (int c = 0; c < nc; c++) {
+      d.X[(size_t)c * ntime + t] = GLM.X_tc[t][c];
+      d.Xorig[(size_t)c * ntime + t] = GLM.Xorig_tc[t][c];
+      d.pinv[(size_t)t * d.padded + c] = GLM.XTXm1XT_ct[c][t];
+    }
+  d.valid = true;
+  return d;
+}
+
+// Coefficients first..first+4V-1: each the sum over time, in time order, of
+// the pseudo-inverse times the weighted data.
+template <int V>
+void project_group(const FitCopies &d, int first, int ntime, const float *weighted) {
+  four sum[V] = {};
+  const float *p = d.pinv.data() + first;
+  for (int t = 0; t < ntime; t++, p += d.padded) {
+    const float w = weighted[t];
+    const four ww = {w, w, w, w};
+    for (int v = 0; v < V; v++) sum[v] += load_four(p + 4 * v) * ww;
   }
-  for (int j = 0; j < N; j++) GLM.Beta_c[first + j] = sum[j];
+  float out[4 * V];
+  memcpy(out, sum, sizeof out);
+  for (int j = 0; j < 4 * V && first + j < d.ncoeff; j++) GLM.Beta_c[first + j] = out[j];
 }
 
 }  // namespace
+
+void glm_fit_copies_reset(void) { copies = FitCopies{}; }
 
 void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2) {
   int nc = GLM.ncoeff;
@@ -33,21 +88,47 @@ void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, floa
   static thread_local std::vector<float> weighted;
   weighted.resize((size_t)(ntime > 0 ? ntime : 0));
   for (int t = 0; t < ntime; t++) weighted[t] = GLM.include_time[t] * GLM.Weight_t[t] * data_vector[t];
-  // Blocks of at most 16 sums, as even as possible.
-  static void (*const block[17])(int, int, const float *) = {
-      nullptr,           project_block<1>,  project_block<2>,  project_block<3>,  project_block<4>,
-      project_block<5>,  project_block<6>,  project_block<7>,  project_block<8>,  project_block<9>,
-      project_block<10>, project_block<11>, project_block<12>, project_block<13>, project_block<14>,
-      project_block<15>, project_block<16>};
-  int nblocks = (nc + 15) / 16;
-  for (int b = 0, c = 0; b < nblocks; b++) {
-    int n = (nc - c) / (nblocks - b);
-    block[n](c, ntime, weighted.data());
-    c += n;
+  const FitCopies &d = fit_copies(ntime);
+  // Sixteen coefficients at a time, then what is left in fours.
+  int c = 0;
+  for (; c + 16 <= nc; c += 16) project_group<4>(d, c, ntime, weighted.data());
+  switch ((nc - c + 3) / 4) {
+    case 3: project_group<3>(d, c, ntime, weighted.data()); break;
+    case 2: project_group<2>(d, c, ntime, weighted.data()); break;
+    case 1: project_group<1>(d, c, ntime, weighted.data()); break;
+    default: break;
   }
+  // The drawn and the weighted fit of each time point, each summed over the
+  // coefficients in their order, eight time points at a time; the squared
+  // residues are then added in time order.
   const float *beta = GLM.Beta_c;
   float sum2 = 0.0f;
-  for (int t = 0; t < ntime; t++) {
+  int t0 = 0;
+  for (; t0 + 8 <= ntime; t0 += 8) {
+    four drawn_lo = {}, drawn_hi = {}, fit_lo = {}, fit_hi = {};
+    for (int k = 0; k < nc; k++) {
+      const float b = beta[k];
+      const four bb = {b, b, b, b};
+      const float *xo = &d.Xorig[(size_t)k * ntime + t0], *xw = &d.X[(size_t)k * ntime + t0];
+      drawn_lo += bb * load_four(xo);
+      drawn_hi += bb * load_four(xo + 4);
+      fit_lo += bb * load_four(xw);
+      fit_hi += bb * load_four(xw + 4);
+    }
+    float drawn[8], fit[8];
+    memcpy(drawn, &drawn_lo, sizeof drawn_lo);
+    memcpy(drawn + 4, &drawn_hi, sizeof drawn_hi);
+    memcpy(fit, &fit_lo, sizeof fit_lo);
+    memcpy(fit + 4, &fit_hi, sizeof fit_hi);
+    for (int j = 0; j < 8; j++) {
+      const int t = t0 + j;
+      fit_vector[t] = drawn[j];
+      float y_prime = GLM.include_time[t] * data_vector[t];
+      sum2 += (y_prime - fit[j]) * (y_prime - fit[j]);
+      GLM.Residue_t[t] = GLM.include_time[t] * (data_vector[t] - drawn[j]);
+    }
+  }
+  for (int t = t0; t < ntime; t++) {
     const float *xo = GLM.Xorig_tc[t], *xw = GLM.X_tc[t];
     float drawn = 0.0f, fit = 0.0f;
     for (int k = 0; k < nc; k++) {

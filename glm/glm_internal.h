@@ -17,4 +17,11 @@ extern int glm_output_info;
 // design has been rebuilt since the conditions were.
 int glm_contrast_columns(void);
 
+// Bumped each time the model's matrices are completed, so that copies made
+// from them (the fit's column-major design) know when they are stale.
+extern unsigned long glm_model_generation;
+
+// Drops the fit's copies of the design.
+void glm_fit_copies_reset(void);
+
 #endif

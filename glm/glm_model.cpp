@@ -1,10 +1,14 @@
 // Normal equations of the weighted model: the inverse normal matrix, the
 // pseudo-inverse, the hat diagonal and, for weighted noise models, the
 // effective degrees of freedom.
+#include "glm_internal.h"
 #include "zor_glm.h"
 #include "zor_matrix.h"
 
+unsigned long glm_model_generation = 0;
+
 void GLMInternal_complete_model(void) {
+  glm_model_generation++;
   int nc = GLM.ncoeff, nt = GLM.ntime;
   float **X = GLM.X_tc;
   for (int a = 0; a < nc; a++) {

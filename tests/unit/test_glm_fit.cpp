@@ -317,4 +317,69 @@ TEST(DriftCorrection, OnePointTableEndsTheProcess) {
   EXPECT_EQ(r.printed.out, "Error: the # of points (1) must be >= 2.\n");
 }
 
+
+// The fit as plain loops over the model's own matrices, in float.
+struct PlainFit {
+  std::vector<float> beta, fit, residue;
+  float sigma2 = 0;
+};
+
+PlainFit plain_fit(const std::vector<float> &y) {
+  PlainFit p;
+  const int nt = GLM.ntime, nc = GLM.ncoeff;
+  p.beta.assign(nc, 0.0f);
+  p.fit.assign(nt, 0.0f);
+  p.residue.assign(nt, 0.0f);
+  for (int c = 0; c < nc; c++) {
+    float sum = 0.0f;
+    for (int t = 0; t < nt; t++) sum += GLM.XTXm1XT_ct[c][t] * (GLM.include_time[t] * GLM.Weight_t[t] * y[t]);
+    p.beta[c] = sum;
+  }
+  float sum2 = 0.0f;
+  for (int t = 0; t < nt; t++) {
+    float drawn = 0.0f, fit = 0.0f;
+    for (int c = 0; c < nc; c++) {
+      drawn += p.beta[c] * GLM.Xorig_tc[t][c];
+      fit += p.beta[c] * GLM.X_tc[t][c];
+    }
+    p.fit[t] = drawn;
+    float y_prime = GLM.include_time[t] * y[t];
+    sum2 += (y_prime - fit) * (y_prime - fit);
+    p.residue[t] = GLM.include_time[t] * (y[t] - drawn);
+  }
+  p.sigma2 = sum2 / GLM.dof;
+  return p;
+}
+
+int differences(const PlainFit &p, const std::vector<float> &fit, float sigma2) {
+  int n = sigma2 != p.sigma2;
+  for (int c = 0; c < GLM.ncoeff; c++) n += GLM.Beta_c[c] != p.beta[c];
+  for (int t = 0; t < GLM.ntime; t++) n += fit[t] != p.fit[t] || GLM.Residue_t[t] != p.residue[t];
+  return n;
+}
+
+TEST(Fit, EveryModelSizeFitsBitForBitAsPlainLoops) {
+  // From 1 to 22 coefficients, over run lengths that are not multiples of
+  // eight: the fast fit must give the very floats of the plain loops.
+  for (int terms = 0; terms <= 4; terms++) {
+    for (int nruns : {1, 2, 5}) {
+      std::vector<std::pair<int, std::string>> runs;
+      for (int r = 0; r < nruns; r++) runs.push_back({13 + 2 * r, "2\n\n1\n4 10\n\n2 gamma 4\n12\n"});
+      GlmModel m("baseline-terms " + std::to_string(terms) + "\n", runs);
+      ASSERT_EQ(m.result, 0) << m.read.printed.out << m.out;
+      std::vector<float> y(GLM.ntime), fit(GLM.ntime);
+      for (int t = 0; t < GLM.ntime; t++) y[t] = 100.0f + 7.0f * sinf(0.7f * t) + 0.01f * (float)(t * t % 13);
+      float sigma2 = -1;
+      GLM_fit_data(GLM.ntime, y.data(), fit.data(), &sigma2);
+      EXPECT_EQ(differences(plain_fit(y), fit, sigma2), 0) << terms << " terms, " << nruns << " runs";
+
+      // New weights make a new model: the next fit must follow it.
+      for (int t = 0; t < GLM.ntime; t++) GLM.Weight_t[t] = 0.5f + 0.25f * (float)(t % 5);
+      GLMInternal_complete_model();
+      GLM_fit_data(GLM.ntime, y.data(), fit.data(), &sigma2);
+      EXPECT_EQ(differences(plain_fit(y), fit, sigma2), 0) << terms << " terms, " << nruns << " runs, weighted";
+    }
+  }
+}
+
 }  // namespace
