@@ -111,6 +111,42 @@ double incbd(double a, double b, double x) {
   });
 }
 
+// Γ(a+b) / (Γ(a) Γ(b)) and the three log-gammas of a pair. A map calls
+// the function with the same few pairs (one per condition) at every voxel,
+// so the values of the last pairs are kept: the very numbers the
+// expressions give, without recomputing the gammas.
+struct GammaTerms {
+  double a = -1.0, b = -1.0;  // no pair: a and b are positive
+  bool have_ratio = false, have_logs = false;
+  double ratio = 0.0;
+  double log_ab = 0.0, log_a = 0.0, log_b = 0.0;
+};
+
+GammaTerms &gamma_terms(double a, double b) {
+  constexpr int kKept = 8;
+  thread_local GammaTerms kept[kKept];
+  thread_local int next = 0;
+  for (GammaTerms &g : kept)
+    if (g.a == a && g.b == b) return g;
+  GammaTerms &g = kept[next];
+  next = (next + 1) % kKept;
+  g = GammaTerms{};
+  g.a = a, g.b = b;
+  return g;
+}
+
+double gamma_ratio(double a, double b) {
+  GammaTerms &g = gamma_terms(a, b);
+  if (!g.have_ratio) g.ratio = tgamma(a + b) / (tgamma(a) * tgamma(b)), g.have_ratio = true;
+  return g.ratio;
+}
+
+const GammaTerms &log_gammas(double a, double b) {
+  GammaTerms &g = gamma_terms(a, b);
+  if (!g.have_logs) g.log_ab = lgamma(a + b), g.log_a = lgamma(a), g.log_b = lgamma(b), g.have_logs = true;
+  return g;
+}
+
 // Power series, for b·x at most 1 and x at most 0.95.
 double pseries(double a, double b, double x) {
   const double ai = 1.0 / a;
@@ -133,10 +169,11 @@ double pseries(double a, double b, double x) {
 
   u = a * log(x);
   if (a + b < kMaxGam && fabs(u) < kMaxLog) {
-    t = tgamma(a + b) / (tgamma(a) * tgamma(b));
+    t = gamma_ratio(a, b);
     return s * t * pow(x, a);
   }
-  t = lgamma(a + b) - lgamma(a) - lgamma(b) + u + log(s);
+  const GammaTerms &g = log_gammas(a, b);
+  t = g.log_ab - g.log_a - g.log_b + u + log(s);
   return t < kMinLog ? 0.0 : exp(t);
 }
 
@@ -183,9 +220,10 @@ double ibeta(double a, double b, double x) {
     t *= pow(x, a);
     t /= a;
     t *= fraction;
-    t *= tgamma(a + b) / (tgamma(a) * tgamma(b));
+    t *= gamma_ratio(a, b);
   } else {
-    y += t + lgamma(a + b) - lgamma(a) - lgamma(b);
+    const GammaTerms &g = log_gammas(a, b);
+    y += t + g.log_ab - g.log_a - g.log_b;
     y += log(fraction / a);
     t = y < kMinLog ? 0.0 : exp(y);
   }
