@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zor.h"
+#include "zor_compose.h"
 #include "zor_startup.h"
 #include "zor_x11.h"
 #include "zorview_main.h"
@@ -122,6 +123,7 @@ int zorview_main(int argc, char **argv) {
 
   // 18. The windows and the first picture.
   initialize_XWindows();
+  rescale_image(1);
   update_XWindow_image(1);
   graph.update_regions |= 1;
   mosaic.update_regions = 1;

@@ -68,7 +68,8 @@ def main():
         f.seek(112)
         f.write(struct.pack("=ff", 1.0, 0.0))
 
-    activation = (8.0 * blob * tissue).astype(np.float32)
+    # The map is zero away from the blob, so only the response is coloured.
+    activation = np.where((blob > 0.1) & tissue, 8.0 * blob, 0.0).astype(np.float32)
     activation.tofile(os.path.join(out, "activation.bfloat"))
     with open(os.path.join(out, "activation.hdr"), "w") as f:
         f.write(header("float", 1, "demo activation map"))

@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "zor_alloc.h"
+#include "zor_colour.h"
+#include "zor_compose.h"
 #include "zor_display_state.h"
 #include "zor_header.h"
 #include "zor_overlay.h"
@@ -56,6 +58,7 @@ void initialize_mosaic_ovl(int number_panels) {
   // A negative time point addresses the anatomy stack: the display opens on
   // the first anatomy volume when there is one.
   graph.iTime = -anatomy_stack.nt;
+  set_mosaic_SpaceMatrix(graph.iTime);
 
   activation.visible = 0;
   activation.transparent = 0;
@@ -79,6 +82,7 @@ void initialize_mosaic_ovl(int number_panels) {
     }
     copy_without_extension(activation.map_name, activation_files.file_name);
     activation.scale_log = activation_files.scale_log;
+    rescale_activation();
   }
 
   activation.color_scheme = 0;
