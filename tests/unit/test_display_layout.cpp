@@ -363,14 +363,14 @@ TEST_F(DisplayDefaults, RealMapsAreShownAndNamedAfterTheirFile) {
 }
 
 TEST_F(DisplayDefaults, VectorMapsGetAZeroedTractMap) {
-  activation_stack.nt = 1;
-  activation_stack.n3d = 10;
   activation_stack.data_type = DATA_VECTOR;
+  allocate_stack_data(1, 10, &activation_stack);
   initialize_mosaic_ovl(0);
   EXPECT_EQ(activation.data_type, 3);
   EXPECT_EQ(activation.display_data_type, -3);
   ASSERT_NE(activation.fTractMap, nullptr);
   EXPECT_FLOAT_EQ(activation.fTractMap[9], 0.0f);
+  free_stack_data(activation_stack.nt, &activation_stack);
 }
 
 }  // namespace
