@@ -22,6 +22,9 @@ void invert_neighborhood(int which_slice);
 // Frees the four tables and forgets that they were ever built.
 void neighborhoods_reset(void);
 
+// Axes (0 x, 1 y, 2 z) of a plane's orientation: horizontal, vertical and
+// the normal along which its slices step.
+void plane_axis_indices(int orientation, int *h, int *v, int *n);
 // A plane's size in display pixels (columns, rows) and its table.
 IPOINT2D plane_pixel_size(int which_orientation);
 Neighborhood *plane_neighborhood(int which_orientation);

@@ -12,21 +12,11 @@ int warned_off_stack = 0;
 
 float axis_value(const POINT3D &p, int a) { return a == 0 ? p.x : (a == 1 ? p.y : p.z); }
 
-// Axes (0 x, 1 y, 2 z) of a plane: horizontal, vertical, slice.
-void plane_axes(int orientation, int *h, int *v, int *n) {
-  switch (orientation) {
-    case ORTHO_ZY: *h = 2, *v = 1, *n = 0; return;
-    case ORTHO_XZ: *h = 0, *v = 2, *n = 1; return;
-    case ORTHO_YZ: *h = 1, *v = 2, *n = 0; return;
-    default: *h = 0, *v = 1, *n = 2; return;
-  }
-}
-
 // Whether a fractional voxel lies on a shown plane or slice, warning once
 // about an in-plane position off the stack.
 int voxel_on_slice(POINT3D rv) {
   int h, v, n;
-  plane_axes(mosaic.display_3orthogonal ? ORTHO_XY : mosaic.mosaic_orientation, &h, &v, &n);
+  plane_axis_indices(mosaic.display_3orthogonal ? ORTHO_XY : mosaic.mosaic_orientation, &h, &v, &n);
   const float s = axis_value(rv, n);
   int on = 0;
   if (mosaic.display_3orthogonal) {
@@ -52,6 +42,15 @@ int voxel_on_slice(POINT3D rv) {
 
 }  // namespace
 
+void plane_axis_indices(int orientation, int *h, int *v, int *n) {
+  switch (orientation) {
+    case ORTHO_ZY: *h = 2, *v = 1, *n = 0; return;
+    case ORTHO_XZ: *h = 0, *v = 2, *n = 1; return;
+    case ORTHO_YZ: *h = 1, *v = 2, *n = 0; return;
+    default: *h = 0, *v = 1, *n = 2; return;
+  }
+}
+
 void coordinates_on_slice_reset(void) { warned_off_stack = 0; }
 
 int coordinates_on_slice(POINT3D point) {
@@ -69,7 +68,7 @@ IPOINT2D mosaic_panel_origin(int k) {
 IPOINT2D Convert_3DMosaicIndex_to_Pixel(int which_orientation, POINT3D DataIndex,
                                         int CenterPixel) {
   int h, v, n;
-  plane_axes(which_orientation, &h, &v, &n);
+  plane_axis_indices(which_orientation, &h, &v, &n);
   const float slice = axis_value(DataIndex, n);
   const float tolerance = mosaic.DisplayVolumeRes.z / 100.0f;
   int k = -1, found = 0;

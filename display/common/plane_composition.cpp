@@ -16,16 +16,6 @@ namespace {
 
 int axis_of(const IPOINT3D &p, int a) { return a == 0 ? p.x : (a == 1 ? p.y : p.z); }
 
-// Axes (0 x, 1 y, 2 z) of a plane: horizontal, vertical, normal.
-void plane_axes(int orientation, int *h, int *v, int *n) {
-  switch (orientation) {
-    case ORTHO_ZY: *h = 2, *v = 1, *n = 0; return;
-    case ORTHO_XZ: *h = 0, *v = 2, *n = 1; return;
-    case ORTHO_YZ: *h = 1, *v = 2, *n = 0; return;
-    default: *h = 0, *v = 1, *n = 2; return;
-  }
-}
-
 struct PlaneContext {
   int orientation;
   bool in_mosaic;
@@ -63,7 +53,7 @@ PlaneContext plane_context(int iCross, int which_image) {
   PlaneContext c;
   c.in_mosaic = which_image == MOSAIC;
   c.orientation = c.in_mosaic ? mosaic.mosaic_orientation : which_image;
-  plane_axes(c.orientation, &c.h, &c.v, &c.n);
+  plane_axis_indices(c.orientation, &c.h, &c.v, &c.n);
   c.cross = mosaic.icross;
   c.third = c.in_mosaic ? iCross : axis_of(c.cross, c.n);
   const IPOINT3D &dim = mosaic.stack->dim;
