@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "glm_internal.h"
@@ -65,7 +66,7 @@ const FitCopies &fit_copies(int ntime) {
 // Coefficients first..first+4V-1: each the sum over time, in time order, of
 // the pseudo-inverse times the weighted data.
 template <int V>
-void project_group(const FitCopies &d, int first, int ntime, const float *weighted) {
+void project_group(const FitCopies &d, int first, int ntime, const float *weighted, float *beta) {
   four sum[V] = {};
   const float *p = d.pinv.data() + first;
   for (int t = 0; t < ntime; t++, p += d.padded) {
@@ -75,33 +76,34 @@ void project_group(const FitCopies &d, int first, int ntime, const float *weight
   }
   float out[4 * V];
   memcpy(out, sum, sizeof out);
-  for (int j = 0; j < 4 * V && first + j < d.ncoeff; j++) GLM.Beta_c[first + j] = out[j];
+  for (int j = 0; j < 4 * V && first + j < d.ncoeff; j++) beta[first + j] = out[j];
 }
 
 }  // namespace
 
 void glm_fit_copies_reset(void) { copies = FitCopies{}; }
 
-void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2) {
-  int nc = GLM.ncoeff;
+// The fit of one series under the current model, into the caller's
+// buffers: coefficients, drawn fit, masked residue and noise variance. It
+// only reads the model, so that several series may be fitted at once.
+static void fit_series(const FitCopies &d, int ntime, const float *data_vector, float *beta, float *fit_vector,
+                float *residue, float *sigma2, std::vector<float> &weighted) {
+  const int nc = GLM.ncoeff;
   // The weighted data, (include x weight) x value, once for every coefficient.
-  static thread_local std::vector<float> weighted;
   weighted.resize((size_t)(ntime > 0 ? ntime : 0));
   for (int t = 0; t < ntime; t++) weighted[t] = GLM.include_time[t] * GLM.Weight_t[t] * data_vector[t];
-  const FitCopies &d = fit_copies(ntime);
   // Sixteen coefficients at a time, then what is left in fours.
   int c = 0;
-  for (; c + 16 <= nc; c += 16) project_group<4>(d, c, ntime, weighted.data());
+  for (; c + 16 <= nc; c += 16) project_group<4>(d, c, ntime, weighted.data(), beta);
   switch ((nc - c + 3) / 4) {
-    case 3: project_group<3>(d, c, ntime, weighted.data()); break;
-    case 2: project_group<2>(d, c, ntime, weighted.data()); break;
-    case 1: project_group<1>(d, c, ntime, weighted.data()); break;
+    case 3: project_group<3>(d, c, ntime, weighted.data(), beta); break;
+    case 2: project_group<2>(d, c, ntime, weighted.data(), beta); break;
+    case 1: project_group<1>(d, c, ntime, weighted.data(), beta); break;
     default: break;
   }
   // The drawn and the weighted fit of each time point, each summed over the
   // coefficients in their order, eight time points at a time; the squared
   // residues are then added in time order.
-  const float *beta = GLM.Beta_c;
   float sum2 = 0.0f;
   int t0 = 0;
   for (; t0 + 8 <= ntime; t0 += 8) {
@@ -125,7 +127,7 @@ void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, floa
       fit_vector[t] = drawn[j];
       float y_prime = GLM.include_time[t] * data_vector[t];
       sum2 += (y_prime - fit[j]) * (y_prime - fit[j]);
-      GLM.Residue_t[t] = GLM.include_time[t] * (data_vector[t] - drawn[j]);
+      residue[t] = GLM.include_time[t] * (data_vector[t] - drawn[j]);
     }
   }
   for (int t = t0; t < ntime; t++) {
@@ -138,9 +140,15 @@ void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, floa
     fit_vector[t] = drawn;
     float y_prime = GLM.include_time[t] * data_vector[t];
     sum2 += (y_prime - fit) * (y_prime - fit);
-    GLM.Residue_t[t] = GLM.include_time[t] * (data_vector[t] - drawn);
+    residue[t] = GLM.include_time[t] * (data_vector[t] - drawn);
   }
   *sigma2 = sum2 / GLM.dof;
+}
+
+
+void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2) {
+  static thread_local std::vector<float> weighted;
+  fit_series(fit_copies(ntime), ntime, data_vector, GLM.Beta_c, fit_vector, GLM.Residue_t, sigma2, weighted);
   GLM.Sigma2 = *sigma2;
 }
 
@@ -173,6 +181,70 @@ int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2
     difference = fabsf(*sigma2 - sigma2_last) * 100 / sigma2_last;
     n_iterate++;
   }
+  return 0;
+}
+
+int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int nthreads, float *sigma2,
+                   float *statistics) {
+  if (ntime != GLM.ntime) {
+    printf("Error: the number of data time points (%d) does not match the number in the GLM (%d).\n", ntime,
+           GLM.ntime);
+    return 1;
+  }
+  if (nvoxels <= 0) return 0;
+  const int nconditions = GLM.nconditions;
+  for (int k = 0; k < nconditions; k++)
+    if (!GLM.contrast_matrix[k] || !GLM.FCovar[k] || !GLM.FCovarInv[k]) {
+      printf("Error: the contrasts of condition %d are not defined.\n", k);
+      return 1;
+    }
+  const size_t n = (size_t)ntime;
+  auto store = [&](int v, float s2, const float *beta) {
+    if (sigma2) sigma2[v] = s2;
+    if (!statistics) return;
+    for (int k = 0; k < nconditions; k++) {
+      float *out = statistics + ((size_t)v * nconditions + k) * 6;
+      if (s2 == 0.0f) {
+        out[0] = out[1] = out[4] = out[5] = 0.0f;
+        out[2] = out[3] = 1.0f;
+        continue;
+      }
+      glm_condition_statistics(beta, s2, resels, k, &out[0], &out[1], &out[2], &out[3], &out[4], &out[5]);
+    }
+  };
+  std::vector<float> fit(n), y(n);
+  if (GLM_input.noise_model == NOISE_iWLS) {
+    // Each fit leaves its weights to the next: one voxel after the other.
+    for (int v = 0; v < nvoxels; v++) {
+      memcpy(y.data(), series + (size_t)v * n, sizeof(float) * n);
+      float s2;
+      GLM_fit_data(ntime, y.data(), fit.data(), &s2);
+      store(v, s2, GLM.Beta_c);
+    }
+    return 0;
+  }
+  // The model is only read: the voxels are shared out in runs, each fitted
+  // into its own buffers exactly as it would be alone.
+  const FitCopies &d = fit_copies(ntime);
+  auto run = [&](int first, int last) {
+    std::vector<float> beta((size_t)(GLM.ncoeff > 0 ? GLM.ncoeff : 1)), own_fit(n), residue(n), weighted;
+    for (int v = first; v < last; v++) {
+      float s2;
+      fit_series(d, ntime, series + (size_t)v * n, beta.data(), own_fit.data(), residue.data(), &s2, weighted);
+      store(v, s2, beta.data());
+    }
+  };
+  int parts = nthreads < 1 ? 1 : nthreads;
+  if (parts > nvoxels) parts = nvoxels;
+  std::vector<std::thread> workers;
+  for (int p = 1; p < parts; p++)
+    workers.emplace_back(run, (int)((long long)nvoxels * p / parts), (int)((long long)nvoxels * (p + 1) / parts));
+  run(0, (int)((long long)nvoxels / parts));
+  for (std::thread &w : workers) w.join();
+  // The engine is left as the last voxel's own fit leaves it.
+  memcpy(y.data(), series + (size_t)(nvoxels - 1) * n, sizeof(float) * n);
+  float s2;
+  GLMInternal_fit_data(ntime, y.data(), fit.data(), &s2);
   return 0;
 }
 

@@ -17,6 +17,11 @@ extern int glm_output_info;
 // design has been rebuilt since the conditions were.
 int glm_contrast_columns(void);
 
+// The statistics of condition lCondition for the `coefficients` and noise
+// variance sigma2 (not 0) of one fit; the condition must exist.
+void glm_condition_statistics(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
+                              float *cnr, float *p_raw, float *p_cor, float *effect_size, float *effect_sem);
+
 // Bumped each time the model's matrices are completed, so that copies made
 // from them (the fit's column-major design) know when they are stale.
 extern unsigned long glm_model_generation;

@@ -25,8 +25,6 @@ float too_small_value(void) {
 
 int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
                     float *p_cor, float *effect_size, float *effect_sem) {
-  const float ec3constant = 0.1169f;
-  const float too_small = too_small_value();
   if (sigma2 == 0.0f) {
     *cnr = *effect_size = *effect_sem = 0.0f;
     *p_raw = *p_cor = 1.0f;
@@ -40,21 +38,31 @@ int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *
     puts("Error: # time points != # used in GLM fit.");
     return 1;
   }
-  int **C = GLM.contrast_matrix[lCondition];
-  float **covar = GLM.FCovar[lCondition], **covar_inv = GLM.FCovarInv[lCondition];
-  int nrows = GLM.ncontrasts[lCondition];
-  if (!C || !covar || !covar_inv) {
+  if (!GLM.contrast_matrix[lCondition] || !GLM.FCovar[lCondition] || !GLM.FCovarInv[lCondition]) {
     printf("Error: the contrasts of condition %d are not defined.\n", lCondition);
     return 1;
   }
+  glm_condition_statistics(GLM.Beta_c, sigma2, resels, lCondition, Fstat, cnr, p_raw, p_cor, effect_size,
+                           effect_sem);
+  return 0;
+}
+
+void glm_condition_statistics(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
+                              float *cnr, float *p_raw, float *p_cor, float *effect_size, float *effect_sem) {
+  const float ec3constant = 0.1169f;
+  const float too_small = too_small_value();
+  int **C = GLM.contrast_matrix[lCondition];
+  float **covar = GLM.FCovar[lCondition], **covar_inv = GLM.FCovarInv[lCondition];
+  int nrows = GLM.ncontrasts[lCondition];
 
   int ncol = glm_contrast_columns();
-  std::vector<float> CBeta(nrows);
+  thread_local std::vector<float> CBeta;
+  CBeta.resize((size_t)(nrows > 0 ? nrows : 0));
   float CBetaMax = 0.0f;
   int lContrastMax = 0;
   for (int i = 0; i < nrows; i++) {
     float sum = 0.0f;
-    for (int c = 0; c < ncol; c++) sum += C[i][c] * GLM.Beta_c[c];
+    for (int c = 0; c < ncol; c++) sum += C[i][c] * coefficients[c];
     CBeta[i] = sum;
     if (i == 0 || fabsf(sum) > fabsf(CBetaMax)) {
       CBetaMax = sum;
@@ -91,5 +99,4 @@ int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *
   if (*p_cor > 1 || *p_cor < 0) *p_cor = 1;
   if (*p_raw < too_small) *p_raw = too_small;
   if (*p_cor < too_small) *p_cor = too_small;
-  return 0;
 }

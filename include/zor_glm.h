@@ -191,6 +191,17 @@ void GLM_get_preGLM_phase_shift(float *phase_shift);
 int GLM_define_conditions(int DefineContrasts, char *condition_string, int *nconditions);
 void GLM_define_conditions_reset(void);
 void GLM_calc_covariance_matrix(void);
+// Fits every series of a map (nvoxels series of ntime points, voxel after
+// voxel) under the current model and gives each voxel's noise variance
+// (sigma2[v], when sigma2 is not null) and, for each condition k, six
+// values at statistics[(v * nconditions + k) * 6]: F, cnr, p_raw, p_cor,
+// effect size and its error (when statistics is not null). Each value is the
+// one GLM_fit_data and GLM_calculate_F give for that voxel alone, in voxel
+// order; a voxel without noise gets F 0. Up to nthreads threads share the
+// voxels, except under iWLS, whose fits follow one another. The engine is
+// left as the last voxel's fit leaves it. Returns 0, or 1 with a message.
+int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int nthreads, float *sigma2,
+                   float *statistics);
 int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
                     float *p_cor, float *effect_size, float *effect_sem);
 int GLM_create_all_conditions(char *condition_string);

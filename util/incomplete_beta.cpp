@@ -143,7 +143,12 @@ double gamma_ratio(double a, double b) {
 
 const GammaTerms &log_gammas(double a, double b) {
   GammaTerms &g = gamma_terms(a, b);
-  if (!g.have_logs) g.log_ab = lgamma(a + b), g.log_a = lgamma(a), g.log_b = lgamma(b), g.have_logs = true;
+  if (!g.have_logs) {
+    // The reentrant form: the same values, without the shared sign.
+    int sign;
+    g.log_ab = lgamma_r(a + b, &sign), g.log_a = lgamma_r(a, &sign), g.log_b = lgamma_r(b, &sign);
+    g.have_logs = true;
+  }
   return g;
 }
 

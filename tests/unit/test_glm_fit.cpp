@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -380,6 +381,96 @@ TEST(Fit, EveryModelSizeFitsBitForBitAsPlainLoops) {
       EXPECT_EQ(differences(plain_fit(y), fit, sigma2), 0) << terms << " terms, " << nruns << " runs, weighted";
     }
   }
+}
+
+
+// Every voxel of a small map through the per-voxel calls, in voxel order.
+struct VoxelResults {
+  std::vector<float> sigma2, statistics;
+};
+
+VoxelResults one_by_one(const std::vector<float> &series, int nvoxels, int resels) {
+  VoxelResults r;
+  const int nt = GLM.ntime, nk = GLM.nconditions;
+  std::vector<float> y(nt), fit(nt);
+  for (int v = 0; v < nvoxels; v++) {
+    std::copy(series.begin() + (size_t)v * nt, series.begin() + (size_t)(v + 1) * nt, y.begin());
+    float s2;
+    GLM_fit_data(nt, y.data(), fit.data(), &s2);
+    r.sigma2.push_back(s2);
+    for (int k = 0; k < nk; k++) {
+      float out[6] = {0, 0, 0, 0, 0, 0};
+      EXPECT_EQ(GLM_calculate_F(nt, s2, resels, k, &out[0], &out[1], &out[2], &out[3], &out[4], &out[5]), 0);
+      r.statistics.insert(r.statistics.end(), out, out + 6);
+    }
+  }
+  return r;
+}
+
+std::vector<float> map_series(int nvoxels, int seed) {
+  std::vector<float> series;
+  for (int v = 0; v < nvoxels; v++) {
+    // Voxel 3 is flat: no noise left after the fit.
+    std::vector<float> y = series_from({v % 5 - 2.0, 0.5 * (v % 3), 100, 90, 5, -4}, v == 3 ? 0.0 : 6.0, seed + v);
+    if (v == 3) std::fill(y.begin(), y.end(), 0.0f);
+    series.insert(series.end(), y.begin(), y.end());
+  }
+  return series;
+}
+
+void expect_map_equals_one_by_one(const std::string &keywords, int nvoxels, int nthreads) {
+  SCOPED_TRACE(keywords + " voxels " + std::to_string(nvoxels) + " threads " + std::to_string(nthreads));
+  GlmModel m = two_runs(keywords);
+  ASSERT_EQ(m.result, 0) << m.read.printed.out << m.out;
+  int nk = 0;
+  char conditions[] = "1 2 1-2 1,2";
+  ASSERT_EQ(GLM_define_conditions(1, conditions, &nk), 0);
+  const std::vector<float> series = map_series(nvoxels, 11);
+  const int nt = GLM.ntime;
+  VoxelResults want = one_by_one(series, nvoxels, 50);
+  std::vector<float> beta_after(GLM.Beta_c, GLM.Beta_c + GLM.ncoeff);
+  std::vector<float> residue_after(GLM.Residue_t, GLM.Residue_t + nt);
+  const float sigma2_after = GLM.Sigma2;
+
+  // A fresh model, so that weights carried by the first pass do not help.
+  GlmModel again = two_runs(keywords);
+  ASSERT_EQ(GLM_define_conditions(1, conditions, &nk), 0);
+  std::vector<float> sigma2(nvoxels, -1.0f), statistics((size_t)nvoxels * nk * 6, -1.0f);
+  ASSERT_EQ(GLM_fit_voxels(nvoxels, nt, series.data(), 50, nthreads, sigma2.data(), statistics.data()), 0);
+  int differences = 0;
+  for (int v = 0; v < nvoxels; v++) {
+    differences += sigma2[v] != want.sigma2[v];
+    for (int k = 0; k < nk; k++)
+      for (int j = 0; j < 6; j++) {
+        const size_t i = ((size_t)v * nk + k) * 6 + j;
+        // Without noise the per-voxel call leaves F as it was; the map says 0.
+        if (want.sigma2[v] == 0.0f && j == 0) {
+          differences += statistics[i] != 0.0f;
+          continue;
+        }
+        differences += statistics[i] != want.statistics[i];
+      }
+  }
+  EXPECT_EQ(differences, 0);
+  EXPECT_EQ(GLM.Sigma2, sigma2_after);
+  EXPECT_EQ(std::vector<float>(GLM.Beta_c, GLM.Beta_c + GLM.ncoeff), beta_after);
+  EXPECT_EQ(std::vector<float>(GLM.Residue_t, GLM.Residue_t + nt), residue_after);
+}
+
+TEST(Fit, AMapGivesEachVoxelItsOwnFitOnAnyNumberOfThreads) {
+  for (int nthreads : {1, 2, 3, 8})
+    for (int nvoxels : {1, 4, 37}) expect_map_equals_one_by_one("", nvoxels, nthreads);
+}
+
+TEST(Fit, AMapUnderIterativeWeightsFitsVoxelAfterVoxel) {
+  expect_map_equals_one_by_one("noise-model iWLS\n", 9, 2);
+}
+
+TEST(Fit, AMapRefusesSeriesOfAnotherLength) {
+  GlmModel m = two_runs();
+  std::vector<float> series(40, 1.0f);
+  std::string out = capture_output([&] { EXPECT_EQ(GLM_fit_voxels(1, 40, series.data(), 1, 2, nullptr, nullptr), 1); }).out;
+  EXPECT_EQ(out, "Error: the number of data time points (40) does not match the number in the GLM (36).\n");
 }
 
 }  // namespace
