@@ -22,6 +22,7 @@ struct PlaneContext {
   int h, v, n;               // axes of the plane
   int third;                 // coordinate along the normal
   int stride[3];             // flat index step along x, y, z
+  int stride_h, stride_v;    // the steps along the plane's own axes
   int base;                  // flat index part of the normal coordinate
   const Neighborhood *table;
   int width;                 // zoomed pixels per table row
@@ -61,6 +62,8 @@ PlaneContext plane_context(int iCross, int which_image) {
   c.stride[1] = dim.x;
   c.stride[2] = dim.x * dim.y;
   c.base = c.third * c.stride[c.n];
+  c.stride_h = c.stride[c.h];
+  c.stride_v = c.stride[c.v];
   const int Z = mosaic.zoom_window > 0 ? mosaic.zoom_window : 1;
   c.width = plane_pixel_size(c.orientation).x * Z;
   c.table = plane_neighborhood(c.orientation);
@@ -169,7 +172,7 @@ struct PlainPixel {
     for (int i = 0; i < nb.number; i++) {
       const float w = nb.weight[i];
       const int a_h = nb.address[i].x, a_v = nb.address[i].y;
-      const int index = c.base + a_h * c.stride[c.h] + a_v * c.stride[c.v];
+      const int index = c.base + a_h * c.stride_h + a_v * c.stride_v;
       fData += c.real_samples[index] * w;
       if (OVL) fOvl += c.ovl_weight[index] * w;
       fCross += (float)(c.cross_panel && (a_h == c.cross_h || a_v == c.cross_v)) * w;
@@ -206,11 +209,14 @@ void compose_rows(const PlaneContext &c, uint32_t *rows, size_t row_pixels, Pixe
     // One composition per display pixel, repeated over its Z by Z block:
     // the main saving at high zoom.
     split_rows(size.y, (size_t)size.x, parallel, [&](int first, int last) {
+      // A copy of its own: the pixels written cannot alias it, so its
+      // fields stay in registers.
+      const PlaneContext own = c;
       for (int jy = first; jy < last; jy++) {
         uint32_t *first_row = rows + row_pixels * (size_t)(jy * Z);
-        const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)(jy * Z);
+        const Neighborhood *table_row = own.table + (size_t)own.width * (size_t)(jy * Z);
         for (int jx = 0; jx < size.x; jx++) {
-          const uint32_t value = pixel(c, table_row[jx * Z]);
+          const uint32_t value = pixel(own, table_row[jx * Z]);
           for (int k = 0; k < Z; k++) first_row[jx * Z + k] = value;
         }
         for (int k = 1; k < Z; k++)
@@ -221,10 +227,11 @@ void compose_rows(const PlaneContext &c, uint32_t *rows, size_t row_pixels, Pixe
   }
   const int height = size.y * Z;
   split_rows(height, (size_t)c.width, parallel, [&](int first, int last) {
+    const PlaneContext own = c;
     for (int y = first; y < last; y++) {
       uint32_t *row = rows + row_pixels * (size_t)y;
-      const Neighborhood *table_row = c.table + (size_t)c.width * (size_t)y;
-      for (int x = 0; x < c.width; x++) row[x] = pixel(c, table_row[x]);
+      const Neighborhood *table_row = own.table + (size_t)own.width * (size_t)y;
+      for (int x = 0; x < own.width; x++) row[x] = pixel(own, table_row[x]);
     }
   });
 }
