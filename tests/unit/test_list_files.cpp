@@ -85,6 +85,9 @@ struct ColourCase {
   int wire_color;
 };
 
+// Readable test names: the colour word itself.
+void PrintTo(const ColourCase &c, std::ostream *os) { *os << '"' << c.word << '"'; }
+
 class ListColour : public OverlayFiles, public ::testing::WithParamInterface<ColourCase> {};
 
 TEST_P(ListColour, WordGivesTheColourOfItsListKind) {

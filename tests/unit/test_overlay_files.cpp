@@ -127,6 +127,9 @@ struct BadLine {
   const char *message;
 };
 
+// Readable test names: the line itself.
+void PrintTo(const BadLine &b, std::ostream *os) { *os << '"' << b.line << '"'; }
+
 class OverlayBadLine : public OverlayFiles, public ::testing::WithParamInterface<BadLine> {};
 
 TEST_P(OverlayBadLine, IsRefusedWithItsMessage) {
