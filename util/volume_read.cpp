@@ -310,10 +310,11 @@ bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
   const bool two = std::thread::hardware_concurrency() > 1;
   std::vector<char> raw_main(swap ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
   if (two) {
+    // This thread reports: each line once, in order, as the volumes are
+    // taken up.
     std::thread other([&] { work(raw_other.data(), false); });
-    work(raw_main.data(), false);
+    work(raw_main.data(), true);
     other.join();
-    for (int jt = 0; jt < nt; jt++) show_progress(name, jt, nt);
   } else {
     work(raw_main.data(), true);
   }
