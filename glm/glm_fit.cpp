@@ -1,6 +1,7 @@
 // The fit of one time series over all runs: coefficients, the drawn fit,
 // the masked residue and the noise variance, with the iterated weights of
-// the iWLS noise model; baseline removal and noise curves for display.
+// the iWLS noise model; the fit of a whole map, voxel by voxel on several
+// threads; baseline removal and noise curves for display.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
