@@ -153,12 +153,16 @@ void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, floa
   GLM.Sigma2 = *sigma2;
 }
 
+// Whether a series has the model's number of time points; says so if not.
+static bool series_length_matches(int ntime) {
+  if (ntime == GLM.ntime) return true;
+  printf("Error: the number of data time points (%d) does not match the number in the GLM (%d).\n", ntime,
+         GLM.ntime);
+  return false;
+}
+
 int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2) {
-  if (ntime != GLM.ntime) {
-    printf("Error: the number of data time points (%d) does not match the number in the GLM (%d).\n", ntime,
-           GLM.ntime);
-    zor_exit(1);
-  }
+  if (!series_length_matches(ntime)) zor_exit(1);
   GLMInternal_fit_data(ntime, data_vector, fit_vector, sigma2);
   if (GLM_input.noise_model != NOISE_iWLS || *sigma2 == 0.0f) return 0;
 
@@ -187,11 +191,7 @@ int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2
 
 int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int nthreads, float *sigma2,
                    float *statistics) {
-  if (ntime != GLM.ntime) {
-    printf("Error: the number of data time points (%d) does not match the number in the GLM (%d).\n", ntime,
-           GLM.ntime);
-    return 1;
-  }
+  if (!series_length_matches(ntime)) return 1;
   if (nvoxels <= 0) return 0;
   const int nconditions = GLM.nconditions;
   for (int k = 0; k < nconditions; k++)
