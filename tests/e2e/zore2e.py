@@ -25,9 +25,7 @@ include/zor_event_trace.h); `mark = v.trace_mark()` before an action and
 every few milliseconds and fail with the trace tail after `timeout` seconds.
 
 Environment: ZOR_PROGRAM (the viewer), ZOR_BINARY_DIR (for the helper tools
-under tests/), set by CTest. With ZOR_E2E_WINDOW_HARNESS set, the window
-layer's harness (tests/tools/zor_window_harness.cpp: the windows over an
-empty stack of the given shape, no file read) stands in for the program. The screen is always 2560x1600x24: the layout
+under tests/), set by CTest. The screen is always 2560x1600x24: the layout
 depends on it.
 """
 
@@ -432,12 +430,7 @@ class ViewerTestCase(unittest.TestCase):
 
 
 def viewer_argv(folder, shape, options=(), resolution=(1.0, 1.0, 1.0), values=None):
-    """Command line of the program on a volume written into `folder`. With
-    ZOR_E2E_WINDOW_HARNESS set, the window layer's harness stands in for the
-    program and gets the shape instead of a file."""
-    if os.environ.get("ZOR_E2E_WINDOW_HARNESS"):
-        return ([tool_path("zor_window_harness")] + [str(n) for n in shape[:3]]
-                + ["-r"] + [str(r) for r in resolution] + list(options))
+    """Command line of the program on a volume written into `folder`."""
     volume = write_nifti(os.path.join(folder, "volume.nii"), shape, resolution, values)
     return [program_path(), volume] + list(options)
 
