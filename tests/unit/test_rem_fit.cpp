@@ -212,6 +212,24 @@ TEST_F(RemFit, DiagonalRoadGivesTheSameBitsAsEveryMatrix) {
   }
 }
 
+TEST_F(RemFit, DiagonalRoadMatchesAtTwoHundredFiles) {
+  std::vector<float> magnitudes(200);
+  std::mt19937 rng(200);
+  std::uniform_real_distribution<float> u(0.0f, 1.0f);
+  for (float &m : magnitudes) m = 0.8f + 0.4f * u(rng);
+  ASSERT_EQ(read_model(s, "event a\n0 99\n\nevent b\n100 199\n\nevent c ramp\n0 99\n\nevent d ramp\n100 199\n",
+                       200, magnitudes),
+            0);
+  for (int voxel = 0; voxel < 3; voxel++) {
+    std::vector<float> y(200), se(200);
+    for (int t = 0; t < 200; t++) {
+      y[t] = 4.0f * u(rng) - 2.0f;
+      se[t] = 0.2f + u(rng);
+    }
+    compare_roads(0.05f + 2.0f * u(rng), y, se, "voxel " + std::to_string(voxel));
+  }
+}
+
 TEST_F(RemFit, DiagonalRoadLeavesTheFileByFileProductsAlone) {
   ASSERT_EQ(read_model(s, "event p\n0 2\n", 3), 0);
   fit(1.0f, {1, 2, 3}, {1, 1, 1}, true);
