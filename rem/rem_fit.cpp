@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "rem_internal.h"
 #include "zor_exit.h"
 #include "zor_matrix.h"
 #include "zor_rem.h"
@@ -108,6 +109,8 @@ void coefficients_and_fits(float *Signal_vector, float *fit_vector, float *fit_e
 }
 
 }  // namespace
+
+void rem_fit_reset(void) { off_diagonals_clear = false; }
 
 void REMInternal_compute_residue_matrix(void) {
   const int n = REM.ntime, nc = REM.ncoeff;

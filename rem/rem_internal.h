@@ -20,5 +20,7 @@ void rem_release_matrices(void);
 void rem_allocate_matrices(void);
 // Releases the contrast matrices of every condition.
 void rem_release_conditions(void);
+// Forgets what the fit knows of the work matrices it last wrote.
+void rem_fit_reset(void);
 
 #endif

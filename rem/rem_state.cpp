@@ -82,6 +82,7 @@ void rem_allocate_matrices(void) {
 void REM_engine_reset(void) {
   rem_release_conditions();
   rem_release_matrices();
+  rem_fit_reset();
   REM_input.nfiles = 0;
   for (int j = 0; j < REM_MAX_FILES; j++) {
     REM_input.signal_file_name[j][0] = '\0';

@@ -7,6 +7,7 @@ single-precision port of the engine's algebra and of its LU inversion with
 the partial state it leaves."""
 import math
 import os
+import subprocess
 import sys
 import tempfile
 
@@ -168,6 +169,29 @@ def singular_cases(folder, rng):
                     same_bits('fit_av', vox['fit_av'], ref['average'], where)
 
 
+def driver_refusals(folder):
+    """Files that hold neither a value nor a value and its error, and a
+    variance map of the wrong length, are refused with a message."""
+    one = os.path.join(folder, 'one.nii')
+    two = os.path.join(folder, 'two.nii')
+    three = os.path.join(folder, 'three.nii')
+    write_nifti(one, np.ones((1, 1, 1, 2), F32), dof=8)
+    write_nifti(two, np.ones((2, 1, 1, 2), F32), dof=8)
+    write_nifti(three, np.ones((3, 1, 1, 2), F32), dof=8)
+    binary = os.path.join(os.environ['ZOR_BINARY_DIR'], 'tests', 'rem_fit_driver')
+    for name, files, extra, message in (
+            ('mixed', [two, one, two], [], 'Error: file 1 [ %s ] holds 1 volumes, but the first file holds 2.\n' % one),
+            ('three', [three, three], [], 'Error: file 0 [ %s ] holds 3 volumes; a file holds a value, or a value and '
+                                          'its standard error.\n' % three),
+            ('map', [two, two], ['--sigma2-map', two], 'Error: file %s had 2 time points, but 3 were expected.\n' % two)):
+        control = os.path.join(folder, name + '.rem')
+        with open(control, 'w') as f:
+            f.write('conditions p\nevent p\n' + '\n'.join(files) + '\n')
+        done = subprocess.run([binary, control] + extra, capture_output=True, text=True)
+        check(done.returncode == 1, '%s: exit status %d' % (name, done.returncode))
+        check(done.stdout.endswith(message), '%s: %r does not end with %r' % (name, done.stdout[-200:], message))
+
+
 def main():
     rng = np.random.default_rng(13)
     folder = tempfile.mkdtemp(prefix='zorrem.')
@@ -201,6 +225,7 @@ def main():
               dofs=list(rng.integers(0, 40, 200)), resels=10)
     check_study('large', s, sigma2_map(folder, rng, 6), 10)
     singular_cases(folder, rng)
+    driver_refusals(folder)
 
     if failures:
         print('\n'.join(failures[:60]))

@@ -57,15 +57,24 @@ int load_measurements(data_stack *stack, int *per_file) {
   memset(&files, 0, sizeof files);
   for (int j = 0; j < REM_input.nfiles; j++) add_image_file(&files, REM_input.signal_file_name[j], 0, 0);
   int nfiles = 0;
-  if (REM_input.nfiles < 1 || read_SpaceTime_data(0, 1, stack, &files, &nfiles)) return 1;
+  if (REM_input.nfiles < 1) {
+    puts("Error: the model lists no measurement files.");
+    return 1;
+  }
+  if (read_SpaceTime_data(0, 1, stack, &files, &nfiles)) return 1;
   *per_file = 0;
   int j = 0;
   for (file_list *node = &files; node && j < REM_input.nfiles; node = node->next, j++) {
     if (j == 0) *per_file = node->nt;
-    if (node->nt != *per_file || node->nt < 1 || node->nt > 2) {
-      printf("Error: file %d [ %s ] holds %d volumes, the first file %d: each must hold a value, or a value and "
-             "its error.\n",
-             j, node->file_name, node->nt, *per_file);
+    if (node->nt < 1 || node->nt > 2) {
+      printf("Error: file %d [ %s ] holds %d volumes; a file holds a value, or a value and its standard error.\n", j,
+             node->file_name, node->nt);
+      clear_file_list(&files);
+      return 1;
+    }
+    if (node->nt != *per_file) {
+      printf("Error: file %d [ %s ] holds %d volumes, but the first file holds %d.\n", j, node->file_name, node->nt,
+             *per_file);
       clear_file_list(&files);
       return 1;
     }

@@ -256,6 +256,17 @@ TEST_F(RemFit, UndefinedInputsTakeTheFullComputation) {
   }
 }
 
+TEST_F(RemFit, UndefinedMagnitudeGivesUndefinedValuesWithoutFailing) {
+  RemRead r = read_rem(s.text("a.rem", "event p\n0 2\nmeasurements:\n" + s.native("a", 5) + " 1\n" +
+                                           s.native("b", 5) + " nan\n" + s.native("c", 5) + " 2\n"));
+  ASSERT_EQ(r.result, 0) << r.printed.out;
+  EXPECT_EQ(REM.X_tc[0][0], 0.5f);  // the undefined magnitude is never the largest
+  EXPECT_TRUE(std::isnan(REM.X_tc[1][0]));
+  Fit f = fit(1.0f, {1, 2, 3}, {1, 1, 1});
+  EXPECT_EQ(f.result, 0);
+  EXPECT_TRUE(std::isnan(REM.Beta_c[0]));
+}
+
 TEST_F(RemFit, SingularCovarianceLeavesWhatTheInversionReached) {
   ASSERT_EQ(read_model(s, "event p\n0 2\n", 3), 0);
   Fit f = fit(0.0f, {1, 2, 3}, {1, 0, 1});
