@@ -2,6 +2,7 @@
 // of the event list, the limits, and the description printed after a read.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "rem_test_files.h"
@@ -457,29 +458,47 @@ TEST_F(RemControlFile, RangeFormLimitOfFilesAndEvents) {
   EXPECT_EQ(r.printed.out, "Error: more than 100 events are defined.\n");
 }
 
+// The second example as the program prints it, with a line end after each
+// of its lines that the print runs into the next, and the study's files in
+// place of its file list.
+std::string printed_range_example(const std::vector<std::string> &files) {
+  std::string printed = capture_output([] { REMInternal_describe_rem_format(); }).out;
+  std::string example = printed.substr(printed.find("\nOR\n"));
+  for (const char *glued : {"event P ramp   # pre-treated group, linear change over time",
+                            "event C ramp   # pre-treated group, linear change over time", "measurements:"}) {
+    size_t at = example.find(glued);
+    if (at != std::string::npos) example.insert(at + strlen(glued), "\n");
+  }
+  std::string list;
+  size_t start = 0;
+  while (start < example.size()) {
+    size_t end = example.find('\n', start);
+    std::string line = example.substr(start, end - start);
+    start = end == std::string::npos ? example.size() : end + 1;
+    if (line.rfind("../", 0) == 0 || line == "..." || line == "OR" || line.rfind("Example", 0) == 0) continue;
+    list += line + "\n";
+  }
+  for (size_t i = 0; i < files.size(); i++) list += files[i] + " # file " + std::to_string(i) + "\n";
+  return list;
+}
+
 TEST_F(RemControlFile, PrintedRangeExampleReadsBack) {
-  // The example's lines, each on its own line, with files of the study.
   auto f = files(16, 4);
-  std::string list =
-      "smoothing 0.5 1.5  # [prior smoothing (mm)] [smoothing for var. ratio]\n"
-      "conditions p c p-c # mandatory; Statistical tests MUST be included\n"
-      "event p square # pre-treated group, DC level\n"
-      "0 7            # start, stop files; there could be more entries below\n"
-      "event P ramp   # pre-treated group, linear change over time\n"
-      "0 7            # start, stop files\n"
-      "event c square # pre-treated group, DC level\n"
-      "8 15           # start, stop files\n"
-      "event C ramp   # pre-treated group, linear change over time\n"
-      "8 15           # start, stop files\n"
-      "measurements:\n";
-  for (int i = 0; i < 16; i++) list += f[i] + " # file " + std::to_string(i) + "\n";
+  std::string list = printed_range_example(f);
+  EXPECT_NE(list.find("event P ramp   # pre-treated group, linear change over time\n0 7 "), std::string::npos) << list;
   RemRead r = read_rem(s.text("a.rem", list));
   ASSERT_EQ(r.result, 0) << r.printed.out;
   EXPECT_EQ(REM.nevents, 4);
   EXPECT_EQ(REM.ntime, 16);
+  EXPECT_EQ(REM_input.smoothed_mm, 0.5f);
+  EXPECT_EQ(REM_input.smooth_ratio_mm, 1.5f);
+  EXPECT_EQ(REM.event_shape[0], rem::SHAPE_SQUARE);
   EXPECT_EQ(REM.event_shape[1], rem::SHAPE_RAMP);
+  EXPECT_EQ(REM.event_start[1][0], 0);
+  EXPECT_EQ(REM.event_stop[1][0], 7);
   EXPECT_EQ(REM.event_start[3][0], 8);
   EXPECT_EQ(REM.event_stop[3][0], 15);
+  EXPECT_EQ(REM.event_shape[3], rem::SHAPE_RAMP);
   EXPECT_EQ(r.printed.out.find("Warning"), std::string::npos);
   int n;
   Captured c = capture_output([&] { EXPECT_EQ(REM_define_conditions(REM_input.condition_string, &n), 0); });
@@ -487,18 +506,35 @@ TEST_F(RemControlFile, PrintedRangeExampleReadsBack) {
 }
 
 TEST_F(RemControlFile, PrintedPlainExampleReadsBack) {
+  // The first example as printed, its line that runs into the next ended,
+  // each file name replaced by one of the study's.
   auto f = files(6, 4);
-  std::string list =
-      "smoothing 0.5 1.5  # [prior smoothing (mm)] [smoothing for var. ratio]\n"
-      "conditions p c p-c # mandatory; Statistical tests MUST be included\n"
-      "event p # pre-treated group\n" +
-      f[0] + " # any previous output file\n" + f[1] + " # same output file, but diffent analysis\n" + f[2] +
-      "\nevent c # control group\n" + f[3] + "\n" + f[4] + "\n" + f[5] + "\n";
+  std::string printed = capture_output([] { REMInternal_describe_rem_format(); }).out;
+  std::string example = printed.substr(0, printed.find("\nOR\n"));
+  const char *glued = "event c # control group";
+  ASSERT_NE(example.find(glued), std::string::npos);
+  example.insert(example.find(glued) + strlen(glued), "\n");
+  std::string list;
+  size_t start = 0, next_file = 0;
+  while (start < example.size()) {
+    size_t end = example.find('\n', start);
+    std::string line = example.substr(start, end - start);
+    start = end == std::string::npos ? example.size() : end + 1;
+    if (line == "..." || line.rfind("Example", 0) == 0) continue;
+    if (line.rfind("../", 0) == 0) {
+      ASSERT_LT(next_file, f.size());
+      line = f[next_file++] + line.substr(line.find(".bfloat") + 7);
+    }
+    list += line + "\n";
+  }
+  EXPECT_EQ(next_file, 6u);
   RemRead r = read_rem(s.text("a.rem", list));
   ASSERT_EQ(r.result, 0) << r.printed.out;
   EXPECT_EQ(REM.nevents, 2);
   EXPECT_EQ(REM.nsamples[0], 3);
   EXPECT_EQ(REM.nsamples[1], 3);
+  EXPECT_EQ(REM.event_number[1], REM_EventNumberFromChar('c'));
+  EXPECT_STREQ(REM_input.signal_file_name[3], f[3].c_str());
 }
 
 TEST_F(RemControlFile, ReadingAgainForgetsTheLastModel) {
