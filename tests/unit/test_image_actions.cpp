@@ -324,3 +324,23 @@ TEST_F(ImageActions, HistogramRangeSelectionSetsTheGrayWindow) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ImageActions, NaturalLogMapsBecomeBaseTenOnlyInTheirOwnVolumes) {
+  activation_stack.nt = 3;
+  activation_stack.n3d = image_stack.n3d;
+  allocate_stack_data(3, activation_stack.n3d, &activation_stack);
+  for (int t = 0; t < 3; t++)
+    for (int j = 0; j < activation_stack.n3d; j++) activation_stack.Volume[t][j] = 2.0f;
+  file_list file{};
+  file.start_image = 1;
+  file.end_image = 2;
+  file.scale_log = 2;
+  convert_activation_scale(&file);
+  EXPECT_FLOAT_EQ(activation_stack.Volume[0][5], 2.0f);
+  EXPECT_FLOAT_EQ(activation_stack.Volume[1][5], 2.0f * 0.4343f);
+  EXPECT_FLOAT_EQ(activation_stack.Volume[2][0], 2.0f * 0.4343f);
+}
+
+}  // namespace
