@@ -344,3 +344,22 @@ TEST_F(ImageActions, NaturalLogMapsBecomeBaseTenOnlyInTheirOwnVolumes) {
 }
 
 }  // namespace
+
+#include "zor_colour.h"
+
+namespace {
+
+TEST(ColorbarGuards, InfiniteGrayWindowHasNoTicksAndSteps) {
+  activation.visible = 0;
+  image_scale_min = 0.0f;
+  image_scale_max = INFINITY;
+  int colored = -1;
+  EXPECT_TRUE(colorbar_ticks(300, &colored).empty());
+  EXPECT_EQ(colored, 0);
+  // 10^inf is no integer: the processor's conversion, then at least 1.
+  EXPECT_FLOAT_EQ(colorbar_arrow_step(INFINITY), 1.0f);
+  EXPECT_FLOAT_EQ(colorbar_arrow_step(250.0f), 10.0f);
+  image_scale_max = 1.0f;
+}
+
+}  // namespace
