@@ -69,6 +69,8 @@ class Scale:
         lo, hi = min(ys), max(ys)
         if lo == hi:
             lo, hi = lo - f32(10), hi + f32(10)
+        elif percent:
+            lo, hi = np.trunc(lo - f32(1)), np.trunc(hi + f32(1))
         else:
             span = hi - lo
             lo, hi = lo - span / f32(10), hi + span / f32(10)

@@ -154,6 +154,31 @@ class Navigation(e2e.ViewerTestCase):
         # A drag is no click: the cross stays on slice 2.
         self.assertTrue(cross_lines(img, 2)[0])
 
+    def test_typed_slice_count_shows_the_central_slices_and_a_second_pound_restores(self):
+        shape = (16, 16, 10)
+        v = self.start_viewer(shape, ["-z", "4"], values=lambda x, y, z, t: float(20 * z + x))
+        w = v.window(r"zorview \(zoom = 4\)")
+        v.wait_event("Expose")
+        full = v.size(w)  # 5 by 2 panels
+        self.assertEqual(full, (4 * (5 * 17 + 1) + 50, 4 * (2 * 17 + 1) + 75))
+        mark = v.key(w, "numbersign", x=1, y=1)
+        self.assertEqual(v.wait_prompt(after=mark)["text"], "Select slices >")
+        v.key(w, "4", "Return", x=1, y=1)
+        # Slices 3 to 6 in 2 by 2 panels, the zoom grown by 5 / 2 columns.
+        w2 = gk.visible_window(v, r"zorview \(zoom = 10\)")
+        self.assertEqual(v.size(w2), (10 * (2 * 17 + 1) + 50, 10 * (2 * 17 + 1) + 75))
+        v.wait_event("Expose", after=v.send_expose(w2))
+        img = v.capture(w2)
+        small = kit.Layout(shape, 10, columns=2)
+        lo, hi = gk.gray_window(0.0, 195.0)
+        for k, z in enumerate([3, 4, 5, 6]):
+            want = gk.gray(gk.gray_level(20 * z + 7, lo, hi))
+            self.assertEqual(img.pixel(*small.mosaic(7, 2, k, 5, 5)), want, "panel %d" % k)
+        # "#" again: all slices, the former panels and zoom.
+        v.key(w2, "numbersign", x=1, y=1)
+        w3 = gk.visible_window(v, r"zorview \(zoom = 4\)")
+        self.assertEqual(v.size(w3), full)
+
     def test_zoom_out_at_one_stays_at_one(self):
         v = self.start_viewer(SHAPE, ["-z", "1"], values=lambda x, y, z, t: value(x, y, z))
         w = v.window(r"zorview \(zoom = 1\)")
