@@ -363,3 +363,65 @@ TEST(ColorbarGuards, InfiniteGrayWindowHasNoTicksAndSteps) {
 }
 
 }  // namespace
+
+namespace {
+
+// Three planes of the 16x16x10 stack at zoom 2: XY at window (2, 32), the
+// third plane to its right from x = 2 * 18 = 36, XZ below from y = 30 + 36.
+class ThreePlaneActions : public ImageActions {
+ protected:
+  void three(int ortho_zy) {
+    mosaic.display_3orthogonal = 1;
+    mosaic.display_ortho_ZY = ortho_zy;
+    IPOINT2D rough;
+    compute_display_size(&rough, 1.0f);
+  }
+};
+
+TEST_F(ThreePlaneActions, ClickOnTheXZPlaneSetsXAndZ) {
+  three(1);
+  mosaic.icross = IPOINT3D{8, 8, 5};
+  // XZ plane: column 3, row 2 from the top of 10 rows: z = 10 - 2 - 1 = 7.
+  click(2 + 2 * 3 + 1, 30 + 36 + 2 * 2 + 1);
+  EXPECT_TRUE(mosaic.cursor_selection & CURSOR_PLANE_XZ);
+  EXPECT_EQ(mosaic.icross.x, 3);
+  EXPECT_EQ(mosaic.icross.y, 8);
+  EXPECT_EQ(mosaic.icross.z, 7);
+  EXPECT_EQ(mosaic.update_regions & (REGION_IMAGES | REGION_CROSS), REGION_IMAGES | REGION_CROSS);
+}
+
+TEST_F(ThreePlaneActions, ClickOnTheZYPlaneSetsYAndZ) {
+  three(1);
+  mosaic.icross = IPOINT3D{8, 8, 5};
+  // ZY plane: column 4 is z, row 5 from the top of 16 is y = 10.
+  click(36 + 2 * 4 + 1, 32 + 2 * 5 + 1);
+  EXPECT_TRUE(mosaic.cursor_selection & CURSOR_PLANE_ZY);
+  EXPECT_EQ(mosaic.icross.x, 8);
+  EXPECT_EQ(mosaic.icross.y, 10);
+  EXPECT_EQ(mosaic.icross.z, 4);
+}
+
+TEST_F(ThreePlaneActions, EmptyQuadrantReportsOnNothingAndMovesNothing) {
+  three(0);
+  mosaic.icross = IPOINT3D{8, 8, 5};
+  click(36 + 2 * 4 + 1, 32 + 2 * 5 + 1);  // upper right: no plane there
+  EXPECT_EQ(mosaic.cursor_selection & (CURSOR_PLANE_ZY | CURSOR_ON_NOTHING),
+            CURSOR_PLANE_ZY | CURSOR_ON_NOTHING);
+  EXPECT_FALSE(mosaic.cursor_selection & CURSOR_ON_VOXEL);
+  EXPECT_EQ(mosaic.icross.x, 8);
+  EXPECT_EQ(mosaic.icross.y, 8);
+  EXPECT_EQ(mosaic.icross.z, 5);
+}
+
+TEST_F(ThreePlaneActions, ArrowsOnTheZYPlaneStepZAndTheWheelStepsX) {
+  three(1);
+  mosaic.icross = IPOINT3D{8, 8, 5};
+  locate(36 + 2 * 4 + 1, 32 + 2 * 5 + 1);
+  action_image_arrow_left_right(0);  // Right on ZY: z + 1
+  EXPECT_EQ(mosaic.icross.z, 6);
+  locate(36 + 2 * 4 + 1, 32 + 2 * 5 + 1);
+  action_image_button5();  // out through the ZY plane: x + 1
+  EXPECT_EQ(mosaic.icross.x, 9);
+}
+
+}  // namespace
