@@ -12,11 +12,12 @@ import zore2e as e2e
 import graph_kit as gk
 
 EVENTS_PER_STUDY = 500
-# Every key but the quit prompt's.
+# Every key but the quit prompt's and the animation's, which is started on
+# its own at the end (it drops what is queued when it starts).
 KEYS = (["Left", "Right", "Up", "Down", "Prior", "Next", "Home", "End", "Return", "Escape", "Tab",
          "BackSpace", "ctrl+c", "comma", "period", "less", "greater", "plus", "minus", "equal",
          "underscore", "numbersign", "space", "question", "3", "5"]
-        + list("abcdefghijklmnoprstuvwxyzABCDEFGHIJKLMNOPRSTUVWXYZ"))
+        + list("abcdefghijklmnoprstuvwxyzBCDEFGHIJKLMNOPRSTUVWXYZ"))
 
 
 def one_slice(x, y, z, t):
@@ -113,23 +114,27 @@ class HostileInput(e2e.ViewerTestCase):
                 v.server.run(["xdotool", "windowraise", str(w_now)])
                 v.server.run(["xdotool", "mousemove", "--window", str(w_now), "1", "1",
                               "key", "--delay", "0", "Escape", "Escape", "Return"])
+                # An animation, stopped by the next key.
+                v.server.run(["xdotool", "key", "A"])
+                time.sleep(0.2)
+                v.server.run(["xdotool", "key", "Escape"])
                 self.assertTrue(v.running(), "%s\n%s" % (v.stdout()[-2000:], v.stderr()[-2000:]))
                 # Responsive: a click on the image is handled at once.
                 click = v.click(w_now, 2, 2)
                 v.wait_trace(lambda e: e["kind"] == "event" and e["type"] == "ButtonRelease"
                              and e["window"] == "image", after=click, timeout=20.0,
                              what="a click on the image window")
-                # Most of the input reached the handlers (modal prompts and the
-                # animation take some for themselves).
+                # Most of the input reached the handlers (modal prompts take
+                # some for themselves).
                 handled = [e for e in v.events(after=mark)
                            if e["type"] in ("KeyPress", "ButtonPress", "ButtonRelease")]
                 self.assertGreater(len(handled), EVENTS_PER_STUDY // 5)
-                # Idle: under 2 % of a processor over a second.
-                time.sleep(0.2)
+                # Idle: under 2 % of a processor over two seconds.
+                wait_until_quiet(v, quiet=0.3)
                 before = v.cpu_seconds()
-                time.sleep(1.0)
+                time.sleep(2.0)
                 used = v.cpu_seconds() - before
-                self.assertLess(used, 0.02, "%.3f s of processor in 1 s" % used)
+                self.assertLess(used, 0.04, "%.3f s of processor in 2 s" % used)
                 self.assertTrue(v.running())
                 v.close()
 
