@@ -38,6 +38,10 @@ void zorview_startup_reset(void) {
     memset(stack, 0, sizeof *stack);
   }
   read_SpaceTime_data_reset();
+  graph_reset();
+  graph_actions_reset();
+  image_actions_reset();
+  action_select_slices_reset();
   compute_display_size_reset();
   my_getopt_reset();
 }
@@ -60,6 +64,9 @@ int zorview_main(int argc, char **argv) {
   image_stack.nt = 0;
   anatomy_stack.nt = 0;
   activation_stack.nt = 0;
+  graph.freq_domain = 0;
+  graph.time_model = 0;
+  strcpy(ROI_file_name, ".roi");
 
   // 4. Options. Model control files would be read here, at once.
   parse_command_options(myargv, myargc);
@@ -82,8 +89,8 @@ int zorview_main(int argc, char **argv) {
   if (!file_list_is_empty(&activation_files) &&
       read_SpaceTime_data(Verbose, 1, &activation_stack, &activation_files, &nfiles))
     zor_exit(1);
-  // Next: maps given as natural logarithms (scale_log 2) are converted to
-  // base 10 here, once the image-window actions exist.
+  for (file_list *node = &activation_files; node && node->file_name[0]; node = node->next)
+    if (node->scale_log == 2) convert_activation_scale(node);
   if (read_SpaceTime_data(Verbose, 1, &image_stack, &image_files, &nruns)) zor_exit(1);
   (void)nruns;
 
@@ -119,12 +126,18 @@ int zorview_main(int argc, char **argv) {
   // 14. Wires, overlays and tracts named on the command line.
   load_startup_overlays();
 
-  // Next: the graph.
+  // 16. The graph record: no graph window yet.
+  initialize_graph();
+
+  // 17. A stack without a time step counts in units of one.
+  if (graph.time_model == 2) mosaic.stack->resolution_t = 0.5f;
+  if (mosaic.stack->resolution_t == 0.0f) mosaic.stack->resolution_t = 1.0f;
 
   // 18. The windows and the first picture.
   initialize_XWindows();
   rescale_image(1);
   update_XWindow_image(1);
+  fill_graph_vector();
   graph.update_regions |= 1;
   mosaic.update_regions = 1;
   Update_Regions();
