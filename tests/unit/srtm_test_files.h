@@ -4,6 +4,9 @@
 #ifndef ZOR_SRTM_TEST_FILES_H
 #define ZOR_SRTM_TEST_FILES_H
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -123,5 +126,15 @@ struct PetModel {
     read = read_pet_control(control);
   }
 };
+
+// Runs `body` inside `dir`, for files named relative to a control file.
+template <typename F>
+void in_directory(const std::string &dir, F body) {
+  char old[4096];
+  if (!getcwd(old, sizeof old)) old[0] = '\0';
+  if (chdir(dir.c_str()) != 0) return;
+  body();
+  if (chdir(old) != 0) return;
+}
 
 #endif

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "nifti_test_files.h"
 #include "srtm_test_files.h"
 
 namespace {
@@ -554,6 +555,48 @@ TEST(PetReports, InputFiles) {
                        SRTM_input.table_name[0] + "\n\n");
   c = capture_output([] { SRTMInternal_describe_glm_format(); });
   EXPECT_EQ(c.out, pet_control_example());
+}
+
+// The example the reader prints when a keyword fails reads back through the
+// reader itself, NIfTI runs and all, once its files exist beside it.
+TEST(PetControlFile, PrintedExampleReadsBack) {
+  PetStudy s;
+  ASSERT_EQ(mkdir((s.dir + "/work").c_str(), 0700), 0);
+  for (int r = 1; r <= 2; r++) {
+    NiftiFields f;
+    f.dim[0] = 4;
+    f.dim[4] = 3;
+    std::vector<float> data(2 * 2 * 2 * 3);
+    for (size_t j = 0; j < data.size(); j++) data[j] = (float)(j + 10 * r);
+    std::string bytes = nifti_file_bytes(f, data.data(), data.size() * sizeof(float));
+    write_binary_file(s.dir, "srtm" + std::to_string(r) + ".nii", bytes.data(), bytes.size());
+    s.text("work/srtm" + std::to_string(r) + ".glm", "0\n1 R1\n\n2 k2\n\n3 k2a\n\n");
+    s.table("work/srtm" + std::to_string(r) + ".table", {"duration"}, {{60}, {120}, {180}});
+  }
+  s.text("work/ref.ovl", "0 0 0\n");
+  s.text("work/target.ovl", "1 1 1\n");
+  Captured example = capture_output([] { SRTMInternal_describe_glm_format(); });
+  // The example file starts after the heading.
+  std::string text = example.out.substr(example.out.find("conditions"));
+  std::string control = s.text("work/example.ctl", text);
+  size_t runs = text.find("runs:");
+  std::string with_regions =
+      text.substr(0, runs) + "reference-region ref.ovl\ntarget-region target.ovl\n" + text.substr(runs);
+  std::string control2 = s.text("work/regions.ctl", with_regions);
+  PetRead r, r2;
+  in_directory(s.dir + "/work", [&] {
+    r = read_pet_control(control);
+    EXPECT_STREQ(SRTM_input.condition_string, "1 2 12 1-2           ");
+    EXPECT_EQ(SRTM.nruns, 2);
+    EXPECT_STREQ(SRTM_input.table_name[1], "srtm2.table");
+    r2 = read_pet_control(control2);
+  });
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.printed.out, "Error: the name of a reference region overlay file must be supplied.\n");
+  ASSERT_EQ(r2.result, 0) << r2.printed.out;
+  EXPECT_EQ(SRTM.ntime, 6);
+  EXPECT_DOUBLE_EQ(SRTM.reference_region[1][2], 20.0 + 16);
+  EXPECT_DOUBLE_EQ(SRTM.target_region[0][1], 10.0 + 8 + 7);
 }
 
 }  // namespace
