@@ -45,6 +45,36 @@ void srtm_update_frame_times(void) {
 
 namespace {
 
+// The time shape of every parametric event at every frame, for each of its
+// periods: it depends on the timing alone, so the running integrals of many
+// curves share it. Indexed by srtm_shape_offset.
+std::vector<double> shape_cache;
+std::vector<size_t> shape_offset;  // per coefficient: start of its [period][frame] block
+
+void build_shape_cache(void) {
+  shape_cache.clear();
+  shape_offset.assign(SRTM.ncoeff, 0);
+  for (int c = 0; c < SRTM.ncoeff; c++) {
+    shape_offset[c] = shape_cache.size();
+    const int shape = SRTM.event_shape[c];
+    if (shape == srtm::SHAPE_CONSTANT || shape == srtm::SHAPE_TABLE) continue;
+    const int np = SRTM.nperiods[c] < SRTM_MAX_PERIODS ? SRTM.nperiods[c] : SRTM_MAX_PERIODS;
+    for (int p = 0; p < np; p++)
+      for (int i = 0; i < SRTM.ntime; i++)
+        shape_cache.push_back(srtm_shape_value(shape, srtm_frame_time[i], SRTM.period_start[c][p],
+                                               SRTM.period_stop[c][p], SRTM.tau[c], SRTM.alpha[c], 1));
+  }
+}
+
+}  // namespace
+
+void srtm_clear_shape_cache(void) {
+  shape_cache.clear();
+  shape_offset.clear();
+}
+
+namespace {
+
 [[noreturn]] void shape_stops_program(int icoeff) {
   printf("Programming error: event type k2 (ID=%c) should be either constant\n",
          SRTM_EventChar(SRTM.event_id[icoeff]));
@@ -63,9 +93,13 @@ void running_integral(int icoeff, int irun, int iperiod, const double *f, const 
   const double start = SRTM.period_start[icoeff][iperiod], stop = SRTM.period_stop[icoeff][iperiod];
   const double tau = SRTM.tau[icoeff], alpha = SRTM.alpha[icoeff];
   const double *column = shape == SHAPE_TABLE ? SRTM.table_value[irun][SRTM.icolumn[icoeff]] : nullptr;
+  const bool cached = (size_t)icoeff < shape_offset.size() && shape != SHAPE_CONSTANT && !column;
+  const double *g_cache = cached ? &shape_cache[shape_offset[icoeff] + (size_t)iperiod * SRTM.ntime + i0] : nullptr;
   double sum = 0.0;
   for (int u = 0; u < nt; u++) {
-    double g = column ? column[u] : srtm_shape_value(shape, srtm_frame_time[i0 + u], start, stop, tau, alpha, 1);
+    double g = column    ? column[u]
+               : g_cache ? g_cache[u]
+                         : srtm_shape_value(shape, srtm_frame_time[i0 + u], start, stop, tau, alpha, 1);
     sum += f2 ? dt[u] * g * f2[u] * f[u] : dt[u] * g * f[u];
     out[u] = sum;
   }
@@ -141,7 +175,7 @@ double mean_life(void) { return SRTM_input.half_life * 1.442695; }
 }  // namespace
 
 void srtm_dynamic_columns(const float *Ct, double **Xorig) {
-  std::vector<double> ct, sums;
+  thread_local std::vector<double> ct, sums;
   for (int c = 0; c < SRTM.ncoeff; c++) {
     int type = SRTM.event_type[c];
     if (type != TYPE_k2a && type != TYPE_1b) continue;
@@ -193,15 +227,31 @@ void srtm_free_run_polynomials(srtm_run_polynomial *poly) {
   }
 }
 
+void srtm_decay_factors(double *decay) {
+  const double life = mean_life();
+  for (int r = 0; r < SRTM.nruns; r++) {
+    const int i0 = SRTM.run_istart[r];
+    for (int j = 0; j < SRTM.nt[r]; j++)
+      decay[i0 + j] = life == 0.0 ? 1.0 : exp((srtm_frame_time[i0 + j] - srtm_frame_time[i0]) / life);
+  }
+}
+
 void srtm_noise_model(int r, const float *Ct, srtm_run_polynomial *poly, srtm_fit_arrays &a) {
   const double life = mean_life();
   const int nt = SRTM.nt[r], i0 = SRTM.run_istart[r];
-  std::vector<float> raw(nt), fit(nt), weights(nt);
+  thread_local std::vector<float> raw, fit, weights;
+  raw.resize(nt);
+  fit.resize(nt);
+  weights.resize(nt);
   const double t0 = srtm_frame_time[i0];
   for (int j = 0; j < nt; j++) {
-    double time = srtm_frame_time[i0 + j] - t0;
     double counts = fabs((double)Ct[i0 + j]);
-    raw[j] = (float)(life == 0.0 ? sqrt(counts) : sqrt(exp(time / life) * counts));
+    if (life == 0.0) {
+      raw[j] = (float)sqrt(counts);
+    } else {
+      double decay = a.decay ? a.decay[i0 + j] : exp((srtm_frame_time[i0 + j] - t0) / life);
+      raw[j] = (float)sqrt(decay * counts);
+    }
     weights[j] = (float)SRTM.include_time[i0 + j];
   }
   if (poly) {
@@ -227,12 +277,21 @@ void srtm_pseudo_inverse(srtm_fit_arrays &a) {
   const int *inc = SRTM.include_time;
   for (int t = 0; t < T; t++)
     for (int c = 0; c < C; c++) a.X_tc[t][c] = inc[t] * a.Xorig_tc[t][c];
-  for (int i = 0; i < C; i++)
-    for (int j = 0; j < C; j++) {
-      double s = 0.0;
-      for (int t = 0; t < T; t++) s += a.X_tc[t][i] * a.Weight_t[t] * a.X_tc[t][j];
-      a.XTXm1_cc[i][j] = s;
+  // Each sum runs over the frames in order; the frames are the outer loop
+  // only so that each row of X is read once.
+  thread_local std::vector<double> normal;
+  normal.assign((size_t)C * C, 0.0);
+  for (int t = 0; t < T; t++) {
+    const double *x = a.X_tc[t];
+    const double w = a.Weight_t[t];
+    for (int i = 0; i < C; i++) {
+      const double xw = x[i] * w;
+      double *row = &normal[(size_t)i * C];
+      for (int j = 0; j < C; j++) row[j] += xw * x[j];
     }
+  }
+  for (int i = 0; i < C; i++)
+    for (int j = 0; j < C; j++) a.XTXm1_cc[i][j] = normal[(size_t)i * C + j];
   int info = -1;
   a.singular = dInvertSquareMatrix(C, a.XTXm1_cc, &info) ? info + 1 : 0;
   for (int c = 0; c < C; c++)
@@ -290,6 +349,7 @@ srtm_fit_arrays srtm_engine_arrays(void) {
   a.dof = SRTM.dof;
   a.sigma2 = SRTM.sigma2;
   a.singular = 0;
+  a.decay = nullptr;
   return a;
 }
 
@@ -332,6 +392,7 @@ int SRTM_define_static_basis_functions(void) {
     return 1;
   }
   srtm_update_frame_times();
+  build_shape_cache();
   if (srtm_alloc.static_ntime == 0) {
     const int n = SRTM.ntime > 0 ? SRTM.ntime : 1;
     SRTM.target_t = float_vector(n);

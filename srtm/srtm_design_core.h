@@ -25,7 +25,11 @@ struct srtm_fit_arrays {
   double dof;
   double sigma2;
   int singular;  // the last inversion of the normal matrix failed (its column + 1)
+  const double *decay;  // exp(time in run / mean life) of each frame, or null to work it out
 };
+
+// The decay factors of the noise model, for every frame.
+void srtm_decay_factors(double *decay);
 
 // The engine's own arrays in that form, and back.
 srtm_fit_arrays srtm_engine_arrays(void);

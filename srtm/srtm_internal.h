@@ -53,5 +53,7 @@ double srtm_shape_value(int shape, double time, double start, double stop, doubl
 // each global frame, cached for the design (rebuilt by the static build).
 extern double *srtm_frame_time;
 void srtm_update_frame_times(void);
+// Forgets the time shapes the static build worked out for the running sums.
+void srtm_clear_shape_cache(void);
 
 #endif

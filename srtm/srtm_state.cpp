@@ -125,6 +125,7 @@ void SRTM_engine_reset(void) {
   free_design();
   free_static();
   srtm_free_conditions();
+  srtm_clear_shape_cache();
   free_float_vector(SRTM.Mask_Reference);
   free_float_vector(SRTM.Mask_Target);
   SRTM = srtm_glm_struct{};
@@ -165,6 +166,7 @@ void srtm_reset_inputs(void) {
   free_design();
   free_static();
   srtm_free_conditions();
+  srtm_clear_shape_cache();
   srtm_alloc.roi_dims_known = srtm_alloc.target_dims_known = 0;
 }
 

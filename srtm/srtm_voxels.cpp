@@ -27,7 +27,7 @@ struct Worker {
   std::vector<float> betas;  // the polynomials' coefficients, this thread's own
   int T, C;
 
-  Worker(const std::vector<srtm_run_polynomial> &shared) : poly(shared) {
+  Worker(const std::vector<srtm_run_polynomial> &shared, const double *decay) : poly(shared) {
     T = SRTM.ntime;
     C = SRTM.ncoeff;
     const int t = T > 0 ? T : 1;
@@ -50,6 +50,7 @@ struct Worker {
     for (size_t r = 0; r < poly.size(); r++) poly[r].Beta = &betas[4 * r];
     a.dof = a.sigma2 = 0.0;
     a.singular = 0;
+    a.decay = decay;
   }
   ~Worker() {
     free_float_vector(a.NoiseRaw_t);
@@ -117,6 +118,9 @@ int SRTM_fit_voxels(int nvoxels, int ntime, const float *series, double resels, 
   if (srtm_define_run_polynomials(poly.data())) return 1;
   poly.resize(SRTM.nruns);
 
+  std::vector<double> decay(SRTM.ntime > 0 ? SRTM.ntime : 1);
+  srtm_decay_factors(decay.data());
+
   if (nthreads < 1) nthreads = 1;
   const int chunk = 64;
   const int nchunks = (nvoxels + chunk - 1) / chunk;
@@ -125,7 +129,7 @@ int SRTM_fit_voxels(int nvoxels, int ntime, const float *series, double resels, 
   std::atomic<int> singular{0};
   const int C = SRTM.ncoeff, L = SRTM.nconditions;
   auto work = [&]() {
-    Worker w(poly);
+    Worker w(poly, decay.data());
     for (;;) {
       int k = next.fetch_add(1);
       if (k >= nchunks) break;
