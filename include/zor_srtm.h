@@ -139,8 +139,10 @@ int SRTM_calculate_F(int ntime, double sigma2, double resels, int lCondition, do
 // null) for each condition k five values at [(v * nconditions + k) * 5]:
 // cnr, p_raw, p_cor, effect size and its error, from SRTM_calculate_F with
 // `resels`. Up to nthreads threads share the voxels; every value is the one
-// a single fit gives. The engine's design, fit and noise model are left as
-// they were before the call. Returns 0, or 1 with a message.
+// a single fit gives (a voxel without degrees of freedom, whose single test
+// would end the program, gets tests that are not a number). The engine's
+// design, fit and noise model are left as they were before the call.
+// Returns 0, or 1 with a message.
 int SRTM_fit_voxels(int nvoxels, int ntime, const float *series, double resels, int nthreads, double *beta,
                     double *sigma2, double *dof, double *statistics);
 

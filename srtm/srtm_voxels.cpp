@@ -1,6 +1,7 @@
 // Whole-volume fits: every voxel's curve gets its own dynamic design, fit
 // and tests, on several threads, each with its own copy of the design.
 #include <algorithm>
+#include <cmath>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -73,6 +74,8 @@ struct Worker {
   Worker(const Worker &) = delete;
   Worker &operator=(const Worker &) = delete;
 
+  int no_dof = 0;  // voxels whose tests were left undone: no degrees of freedom
+
   // Returns 1 when the voxel's normal matrix was singular.
   int fit(const float *curve, double resels, double *beta, double *sigma2, double *dof, double *statistics) {
     for (int r = 0; r < SRTM.nruns; r++) srtm_noise_model(r, curve, &poly[r], a);
@@ -87,7 +90,15 @@ struct Worker {
       for (int l = 0; l < SRTM.nconditions; l++) {
         double cnr = 0.0, p_raw = 1.0, p_cor = 1.0;
         float effect = 0.0f, sem = 0.0f;
-        if (a.sigma2 != 0.0) srtm_F_core(a, a.sigma2, resels, l, &cnr, &p_raw, &p_cor, &effect, &sem);
+        if (a.sigma2 != 0.0 && a.dof <= 0.0) {
+          // A single fit would end the program in the beta integral here;
+          // a map marks the voxel instead.
+          cnr = p_raw = p_cor = NAN;
+          effect = sem = NAN;
+          if (l == 0) no_dof++;
+        } else if (a.sigma2 != 0.0) {
+          srtm_F_core(a, a.sigma2, resels, l, &cnr, &p_raw, &p_cor, &effect, &sem);
+        }
         double *s = statistics + (size_t)l * 5;
         s[0] = cnr;
         s[1] = p_raw;
@@ -126,7 +137,7 @@ int SRTM_fit_voxels(int nvoxels, int ntime, const float *series, double resels, 
   const int nchunks = (nvoxels + chunk - 1) / chunk;
   if (nthreads > nchunks) nthreads = nchunks;
   std::atomic<int> next{0};
-  std::atomic<int> singular{0};
+  std::atomic<int> singular{0}, no_dof{0};
   const int C = SRTM.ncoeff, L = SRTM.nconditions;
   auto work = [&]() {
     Worker w(poly, decay.data());
@@ -141,12 +152,15 @@ int SRTM_fit_voxels(int nvoxels, int ntime, const float *series, double resels, 
         if (bad) singular.fetch_add(1);
       }
     }
+    no_dof.fetch_add(w.no_dof);
   };
   std::vector<std::thread> threads;
   for (int i = 1; i < nthreads; i++) threads.emplace_back(work);
   work();
   for (auto &t : threads) t.join();
   srtm_free_run_polynomials(poly.data());
+  if (no_dof.load())
+    printf("Warning: %d voxels have no degrees of freedom left; their tests are not a number.\n", no_dof.load());
   if (singular.load())
     printf("Warning: the normal matrix of the PET model is singular for %d voxels.\n", singular.load());
   return 0;

@@ -462,4 +462,64 @@ TEST(PetVoxels, EveryVoxelMatchesItsOwnFitOnAnyNumberOfThreads) {
   }
 }
 
+TEST(PetFailures, AllZeroReferenceCurveRunsOnWithTheSingularMatrix) {
+  PetRunSpec spec = run_of("0\n1 R1\n\n2 k2\n\n3 k2a\n\n", frames(8));
+  spec.reference.assign(8, 0.0f);
+  PetModel m("conditions 3\n", {spec});
+  ASSERT_EQ(m.read.result, 0);
+  int result = -1;
+  Captured c = capture_output([&] { result = SRTM_define_static_basis_functions(); });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(c.out, "Warning: the normal matrix of the PET model is singular (column 1).\n");
+  ASSERT_EQ(SRTM_define_conditions(SRTM_input.condition_string), 0);
+  std::vector<float> data(SRTM.target_t, SRTM.target_t + 8), fit(8), err(8);
+  double s2;
+  EXPECT_EQ(SRTM_fit_data(8, data.data(), fit.data(), err.data(), &s2), 0);
+  double cnr, pr, pc;
+  float es, em;
+  // The hat matrix of the partial inverse leaves no degrees of freedom:
+  // the beta integral refuses them and ends the run with its message.
+  c = capture_output([&] { SRTM_calculate_F(8, s2, 0, 0, &cnr, &pr, &pc, &es, &em); });
+  EXPECT_LT(SRTM.dof, 0.0);
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out.substr(0, 27), "ibeta: Domain error!, a = -");
+}
+
+TEST(PetFailures, NotANumberFrameGivesPlainIeeeResults) {
+  Fitted f("conditions 3 1,2\n", {run_of("0\n1 R1\n\n2 k2\n\n3 k2a\n\n", frames(10))});
+  ASSERT_EQ(f.result, 0);
+  std::vector<float> data(SRTM.target_t, SRTM.target_t + 10), fit(10), err(10);
+  data[4] = NAN;
+  double s2;
+  ASSERT_EQ(SRTM_define_dynamic_basis_functions(10, data.data()), 0);
+  ASSERT_EQ(SRTM_fit_data(10, data.data(), fit.data(), err.data(), &s2), 0);
+  EXPECT_TRUE(std::isnan(s2));
+  for (int l = 0; l < 2; l++) {
+    double cnr, pr, pc;
+    float es, em;
+    ASSERT_EQ(SRTM_calculate_F(10, s2, 1, l, &cnr, &pr, &pc, &es, &em), 0);
+    EXPECT_EQ(pr, 1.0);  // a test that is not a number is no evidence
+    EXPECT_TRUE(std::isnan(pc));  // the corrected p keeps the IEEE result
+    EXPECT_TRUE(std::isnan(cnr));
+  }
+  std::vector<double> b(3), s(1), d(1), st(10);
+  ASSERT_EQ(SRTM_fit_voxels(1, 10, data.data(), 1, 2, b.data(), s.data(), d.data(), st.data()), 0);
+  EXPECT_TRUE(std::isnan(s[0]));
+  EXPECT_EQ(st[1], 1.0);
+}
+
+TEST(PetFailures, MapVoxelsWithoutDegreesOfFreedomAreMarked) {
+  Fitted f("conditions 3\n", {run_of("0\n1 R1\n\n2 k2\n\n3 k2a\n\n", frames(3))});
+  ASSERT_EQ(f.result, 0);
+  std::vector<float> data(SRTM.target_t, SRTM.target_t + 3);
+  data[1] += 5.0f;
+  std::vector<double> b(3), s(1), d(1), st(5);
+  Captured c = capture_output([&] { EXPECT_EQ(SRTM_fit_voxels(1, 3, data.data(), 0, 1, b.data(), s.data(), d.data(), st.data()), 0); });
+  EXPECT_LE(d[0], 0.0);
+  if (s[0] != 0.0) {
+    EXPECT_TRUE(std::isnan(st[1]));
+    EXPECT_EQ(c.out, "Warning: 1 voxels have no degrees of freedom left; their tests are not a number.\n");
+  }
+}
+
 }  // namespace
