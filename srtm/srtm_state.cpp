@@ -6,7 +6,6 @@
 #include "srtm_internal.h"
 #include "zor_alloc.h"
 #include "zor_exit.h"
-#include "zor_linear_models.h"
 
 srtm_glm_struct SRTM;
 SRTM_INPUT SRTM_input;
@@ -131,7 +130,6 @@ void SRTM_engine_reset(void) {
   SRTM = srtm_glm_struct{};
   SRTM_input = SRTM_INPUT{};
   srtm_alloc = srtm_allocation{};
-  PolyGLM_reset();
 }
 
 void srtm_reset_inputs(void) {

@@ -91,9 +91,9 @@ def studies():
     run1 = Run(s1, d[0], columns=[rel1, bump1], tau2=25.0, k2_column=1,
                lines=['exclude 0', '1 R1', '', '2 k2a', '', '3 k2a gamma-integral', '5 12', '4 k2a table', '2'])
     run2 = Run(s2, d[1], columns=[rel2, bump2], tau2=25.0, k2_column=1,
-               lines=['1 R1', '', '2 k2a', '', '4 k2a table', '2'])
+               lines=['1 R1', '', '2 k2a', '', '4 k2a table', '2', '5 k2a', '4 20'])
     out['fixed_k2prime'] = (Study(DIM, [run1, run2], REFERENCE_VOXELS, TARGET_VOXELS, ['time-model MRTM'],
-                                  '2 2-3 4 3,4'),
+                                  '2 2-3 4 3,4 5-2'),
                             {'frame': 7, 'codes': [0, 1, 2, -2]})
     # The distribution-volume variant with a plasma column.
     s1, s2 = frames(rng, 10), frames(rng, 10)

@@ -515,11 +515,32 @@ TEST(PetFailures, MapVoxelsWithoutDegreesOfFreedomAreMarked) {
   data[1] += 5.0f;
   std::vector<double> b(3), s(1), d(1), st(5);
   Captured c = capture_output([&] { EXPECT_EQ(SRTM_fit_voxels(1, 3, data.data(), 0, 1, b.data(), s.data(), d.data(), st.data()), 0); });
-  EXPECT_LE(d[0], 0.0);
-  if (s[0] != 0.0) {
-    EXPECT_TRUE(std::isnan(st[1]));
-    EXPECT_EQ(c.out, "Warning: 1 voxels have no degrees of freedom left; their tests are not a number.\n");
-  }
+  // Three frames for three coefficients: 3.5 - 1.25 * 3 is below zero, and
+  // the exact fit leaves a residual of rounding alone.
+  EXPECT_LT(d[0], 0.0);
+  ASSERT_NE(s[0], 0.0);
+  EXPECT_TRUE(std::isnan(st[1]));
+  EXPECT_EQ(c.out, "Warning: 1 voxels have no degrees of freedom left; their tests are not a number.\n");
+}
+
+TEST(PetParameters, ErrorsUseTheSignedDiagonalTimesTheShape) {
+  // A table-shaped k2a whose column is negative at frame 2.
+  PetRunSpec spec = run_of("0\n1 R1\n\n2 k2\n\n3 k2a table\n1\n", frames(10));
+  spec.extra = {{1.0, 2.0, -0.5, 3.0, 4.0, 3.0, 2.5, 2.0, 1.5, 1.0}};
+  Fitted f("", {spec});
+  ASSERT_EQ(f.result, 0) << f.out;
+  std::vector<float> data(SRTM.target_t, SRTM.target_t + 10), fit(10), err(10);
+  double s2, e;
+  SRTM_fit_data(10, data.data(), fit.data(), err.data(), &s2);
+  double v = SRTM_get_parameter_value(-2, 4, &e);
+  EXPECT_DOUBLE_EQ(v, SRTM.Beta_c[2] * 1.0);  // 4 is the peak: normalised to 1
+  EXPECT_DOUBLE_EQ(e, std::sqrt(SRTM.XTXm1_cc[2][2] * 1.0 * SRTM.sigma2));
+  v = SRTM_get_parameter_value(-2, 3, &e);
+  EXPECT_DOUBLE_EQ(v, SRTM.Beta_c[2] * 0.75);
+  EXPECT_DOUBLE_EQ(e, std::sqrt(SRTM.XTXm1_cc[2][2] * 0.75 * SRTM.sigma2));  // the shape, not its square
+  v = SRTM_get_parameter_value(-2, 2, &e);
+  EXPECT_DOUBLE_EQ(v, SRTM.Beta_c[2] * -0.125);
+  EXPECT_TRUE(std::isnan(e));  // a negative shape leaves a negative sum under the root
 }
 
 }  // namespace
