@@ -129,7 +129,7 @@ struct PetModel {
 
 // Runs `body` inside `dir`, for files named relative to a control file.
 template <typename F>
-void in_directory(const std::string &dir, F body) {
+void pet_in_directory(const std::string &dir, F body) {
   char old[4096];
   if (!getcwd(old, sizeof old)) old[0] = '\0';
   if (chdir(dir.c_str()) != 0) return;

@@ -584,7 +584,7 @@ TEST(PetControlFile, PrintedExampleReadsBack) {
       text.substr(0, runs) + "reference-region ref.ovl\ntarget-region target.ovl\n" + text.substr(runs);
   std::string control2 = s.text("work/regions.ctl", with_regions);
   PetRead r, r2;
-  in_directory(s.dir + "/work", [&] {
+  pet_in_directory(s.dir + "/work", [&] {
     r = read_pet_control(control);
     EXPECT_STREQ(SRTM_input.condition_string, "1 2 12 1-2           ");
     EXPECT_EQ(SRTM.nruns, 2);
