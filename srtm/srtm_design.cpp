@@ -47,18 +47,21 @@ namespace {
 
 // The time shape of every parametric event at every frame, for each of its
 // periods: it depends on the timing alone, so the running integrals of many
-// curves share it. Indexed by srtm_shape_offset.
+// curves share it.
 std::vector<double> shape_cache;
 std::vector<size_t> shape_offset;  // per coefficient: start of its [period][frame] block
+std::vector<int> shape_periods;    // per coefficient: periods held
 
 void build_shape_cache(void) {
   shape_cache.clear();
   shape_offset.assign(SRTM.ncoeff, 0);
+  shape_periods.assign(SRTM.ncoeff, 0);
   for (int c = 0; c < SRTM.ncoeff; c++) {
     shape_offset[c] = shape_cache.size();
     const int shape = SRTM.event_shape[c];
     if (shape == srtm::SHAPE_CONSTANT || shape == srtm::SHAPE_TABLE) continue;
     const int np = SRTM.nperiods[c] < SRTM_MAX_PERIODS ? SRTM.nperiods[c] : SRTM_MAX_PERIODS;
+    shape_periods[c] = np;
     for (int p = 0; p < np; p++)
       for (int i = 0; i < SRTM.ntime; i++)
         shape_cache.push_back(srtm_shape_value(shape, srtm_frame_time[i], SRTM.period_start[c][p],
@@ -71,6 +74,7 @@ void build_shape_cache(void) {
 void srtm_clear_shape_cache(void) {
   shape_cache.clear();
   shape_offset.clear();
+  shape_periods.clear();
 }
 
 namespace {
@@ -93,7 +97,8 @@ void running_integral(int icoeff, int irun, int iperiod, const double *f, const 
   const double start = SRTM.period_start[icoeff][iperiod], stop = SRTM.period_stop[icoeff][iperiod];
   const double tau = SRTM.tau[icoeff], alpha = SRTM.alpha[icoeff];
   const double *column = shape == SHAPE_TABLE ? SRTM.table_value[irun][SRTM.icolumn[icoeff]] : nullptr;
-  const bool cached = (size_t)icoeff < shape_offset.size() && shape != SHAPE_CONSTANT && !column;
+  const bool cached = (size_t)icoeff < shape_periods.size() && iperiod < shape_periods[icoeff] &&
+                      shape != SHAPE_CONSTANT && !column;
   const double *g_cache = cached ? &shape_cache[shape_offset[icoeff] + (size_t)iperiod * SRTM.ntime + i0] : nullptr;
   double sum = 0.0;
   for (int u = 0; u < nt; u++) {
