@@ -277,34 +277,96 @@ void srtm_noise_model(int r, const float *Ct, srtm_run_polynomial *poly, srtm_fi
   for (int j = 0; j < nt; j++) a.Weight_t[i0 + j] = a.Weight_t[i0 + j] * nt / sum;
 }
 
+namespace {
+
+// The weighted normal matrix sum over t of X[t][i] w[t] X[t][j], each sum
+// over the frames in order; the frames are the outer loop so that each row
+// of X is read once. NC > 0 fixes the number of coefficients at compile
+// time, so that the sums stay in registers; the order of the additions is
+// the same either way.
+template <int NC>
+void normal_matrix(int T, int C, double **X, const double *w, double **N) {
+  const int n = NC > 0 ? NC : C;
+  thread_local std::vector<double> buffer;
+  double fixed[NC > 0 ? NC * NC : 1];
+  double *acc = fixed;
+  if (NC == 0) {
+    buffer.assign((size_t)n * n, 0.0);
+    acc = buffer.data();
+  } else {
+    for (int k = 0; k < n * n; k++) acc[k] = 0.0;
+  }
+  for (int t = 0; t < T; t++) {
+    const double *x = X[t];
+    const double wt = w[t];
+    for (int i = 0; i < n; i++) {
+      const double xw = x[i] * wt;
+      for (int j = 0; j < n; j++) acc[i * n + j] += xw * x[j];
+    }
+  }
+  for (int i = 0; i < n; i++)
+    for (int j = 0; j < n; j++) N[i][j] = acc[i * n + j];
+}
+
+// P[c][t] = sum over k of X[t][k] Inv[c][k], k in order.
+template <int NC>
+void pseudo_inverse_rows(int T, int C, double **X, double **Inv, double **P) {
+  const int n = NC > 0 ? NC : C;
+  if (NC == 0) {
+    for (int c = 0; c < n; c++)
+      for (int t = 0; t < T; t++) {
+        double s = 0.0;
+        for (int k = 0; k < n; k++) s += X[t][k] * Inv[c][k];
+        P[c][t] = s;
+      }
+    return;
+  }
+  double inv[NC > 0 ? NC * NC : 1];
+  for (int c = 0; c < n; c++)
+    for (int k = 0; k < n; k++) inv[c * n + k] = Inv[c][k];
+  for (int t = 0; t < T; t++) {
+    const double *x = X[t];
+    for (int c = 0; c < n; c++) {
+      double s = 0.0;
+      for (int k = 0; k < n; k++) s += x[k] * inv[c * n + k];
+      P[c][t] = s;
+    }
+  }
+}
+
+template <int NC>
+void normal_and_rows(int step, int T, int C, double **X, const double *w, double **Inv, double **P) {
+  if (step == 0)
+    normal_matrix<NC>(T, C, X, w, Inv);
+  else
+    pseudo_inverse_rows<NC>(T, C, X, Inv, P);
+}
+
+void normal_or_rows(int step, int T, int C, double **X, const double *w, double **Inv, double **P) {
+  switch (C) {
+    case 1: normal_and_rows<1>(step, T, C, X, w, Inv, P); break;
+    case 2: normal_and_rows<2>(step, T, C, X, w, Inv, P); break;
+    case 3: normal_and_rows<3>(step, T, C, X, w, Inv, P); break;
+    case 4: normal_and_rows<4>(step, T, C, X, w, Inv, P); break;
+    case 5: normal_and_rows<5>(step, T, C, X, w, Inv, P); break;
+    case 6: normal_and_rows<6>(step, T, C, X, w, Inv, P); break;
+    case 7: normal_and_rows<7>(step, T, C, X, w, Inv, P); break;
+    case 8: normal_and_rows<8>(step, T, C, X, w, Inv, P); break;
+    default: normal_and_rows<0>(step, T, C, X, w, Inv, P); break;
+  }
+}
+
+}  // namespace
+
 void srtm_pseudo_inverse(srtm_fit_arrays &a) {
   const int T = SRTM.ntime, C = SRTM.ncoeff;
   const int *inc = SRTM.include_time;
   for (int t = 0; t < T; t++)
     for (int c = 0; c < C; c++) a.X_tc[t][c] = inc[t] * a.Xorig_tc[t][c];
-  // Each sum runs over the frames in order; the frames are the outer loop
-  // only so that each row of X is read once.
-  thread_local std::vector<double> normal;
-  normal.assign((size_t)C * C, 0.0);
-  for (int t = 0; t < T; t++) {
-    const double *x = a.X_tc[t];
-    const double w = a.Weight_t[t];
-    for (int i = 0; i < C; i++) {
-      const double xw = x[i] * w;
-      double *row = &normal[(size_t)i * C];
-      for (int j = 0; j < C; j++) row[j] += xw * x[j];
-    }
-  }
-  for (int i = 0; i < C; i++)
-    for (int j = 0; j < C; j++) a.XTXm1_cc[i][j] = normal[(size_t)i * C + j];
+  normal_or_rows(0, T, C, a.X_tc, a.Weight_t, a.XTXm1_cc, a.XTXm1XT_ct);
   int info = -1;
   a.singular = dInvertSquareMatrix(C, a.XTXm1_cc, &info) ? info + 1 : 0;
-  for (int c = 0; c < C; c++)
-    for (int t = 0; t < T; t++) {
-      double s = 0.0;
-      for (int k = 0; k < C; k++) s += a.X_tc[t][k] * a.XTXm1_cc[c][k];
-      a.XTXm1XT_ct[c][t] = s;
-    }
+  normal_or_rows(1, T, C, a.X_tc, a.Weight_t, a.XTXm1_cc, a.XTXm1XT_ct);
   float trace = 0.0f;
   int nincluded = 0;
   for (int t = 0; t < T; t++) {
