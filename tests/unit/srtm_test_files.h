@@ -77,7 +77,7 @@ inline std::string pet_control_example() {
 // Each run: (event-file text, frame durations in seconds, reference curve,
 // target curve, extra table columns). Voxels 2 and 3 hold the target curve
 // times 2 and 3.
-struct PetRunSpec {
+struct PetRunPlan {
   std::string events;
   std::vector<double> durations;
   std::vector<float> reference, target;
@@ -90,19 +90,19 @@ struct PetModel {
   PetRead read;
   std::string control;
 
-  PetModel(const std::string &keywords, const std::vector<PetRunSpec> &runs, const std::string &reference_ovl = "0 0 0\n",
+  PetModel(const std::string &keywords, const std::vector<PetRunPlan> &runs, const std::string &reference_ovl = "0 0 0\n",
            const std::string &target_ovl = "1 0 0\n") {
     std::string list = keywords;
     list += "reference-region " + s.text("ref.ovl", reference_ovl) + "\n";
     list += "target-region " + s.text("target.ovl", target_ovl) + "\n";
     list += "runs:\n";
     for (size_t r = 0; r < runs.size(); r++) {
-      const PetRunSpec &spec = runs[r];
-      int nt = (int)spec.durations.size();
+      const PetRunPlan &plan = runs[r];
+      int nt = (int)plan.durations.size();
       std::vector<float> values(4 * (size_t)nt, 0.0f);
       for (int t = 0; t < nt; t++) {
-        values[4 * t + 0] = t < (int)spec.reference.size() ? spec.reference[t] : 0.0f;
-        float target = t < (int)spec.target.size() ? spec.target[t] : 0.0f;
+        values[4 * t + 0] = t < (int)plan.reference.size() ? plan.reference[t] : 0.0f;
+        float target = t < (int)plan.target.size() ? plan.target[t] : 0.0f;
         values[4 * t + 1] = target;
         values[4 * t + 2] = 2 * target;
         values[4 * t + 3] = 3 * target;
@@ -110,16 +110,16 @@ struct PetModel {
       std::string stem = "run" + std::to_string(r + 1);
       std::string data = s.run(stem, nt, 2, 2, 1, values);
       std::vector<std::string> names = {"duration"};
-      for (const auto &n : spec.extra_names) names.push_back(n);
-      while (names.size() < spec.extra.size() + 1) names.push_back("c" + std::to_string(names.size()));
+      for (const auto &n : plan.extra_names) names.push_back(n);
+      while (names.size() < plan.extra.size() + 1) names.push_back("c" + std::to_string(names.size()));
       std::vector<std::vector<double>> rows;
       for (int t = 0; t < nt; t++) {
-        std::vector<double> row = {spec.durations[t]};
-        for (const auto &col : spec.extra) row.push_back(col[t]);
+        std::vector<double> row = {plan.durations[t]};
+        for (const auto &col : plan.extra) row.push_back(col[t]);
         rows.push_back(row);
       }
       std::string table = s.table(stem + ".table", names, rows);
-      std::string glm = s.text(stem + ".glm", spec.events);
+      std::string glm = s.text(stem + ".glm", plan.events);
       list += data + " " + glm + " " + table + "\n";
     }
     control = s.text("pet.ctl", list);

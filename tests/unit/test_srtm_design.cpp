@@ -10,22 +10,22 @@ namespace {
 
 using namespace srtm;
 
-PetRunSpec run_of(const std::string &events, int nt, double seconds = 60.0) {
-  PetRunSpec spec;
-  spec.events = events;
+PetRunPlan run_of(const std::string &events, int nt, double seconds = 60.0) {
+  PetRunPlan plan;
+  plan.events = events;
   for (int t = 0; t < nt; t++) {
-    spec.durations.push_back(seconds);
-    spec.reference.push_back(100.0f * (t + 1) * std::exp(-0.1f * t));
-    spec.target.push_back(80.0f * (t + 1) * std::exp(-0.07f * t));
+    plan.durations.push_back(seconds);
+    plan.reference.push_back(100.0f * (t + 1) * std::exp(-0.1f * t));
+    plan.target.push_back(80.0f * (t + 1) * std::exp(-0.07f * t));
   }
-  return spec;
+  return plan;
 }
 
 struct Built {
   PetModel m;
   int result = -99;
   std::string out;
-  Built(const std::string &keywords, const std::vector<PetRunSpec> &runs) : m(keywords, runs) {
+  Built(const std::string &keywords, const std::vector<PetRunPlan> &runs) : m(keywords, runs) {
     if (m.read.result != 0) return;
     Captured c = capture_output([&] { result = SRTM_define_static_basis_functions(); });
     out = c.out;

@@ -10,15 +10,15 @@ namespace {
 
 using namespace srtm;
 
-PetRunSpec run_of(const std::string &events, const std::vector<double> &seconds) {
-  PetRunSpec spec;
-  spec.events = events;
-  spec.durations = seconds;
+PetRunPlan run_of(const std::string &events, const std::vector<double> &seconds) {
+  PetRunPlan plan;
+  plan.events = events;
+  plan.durations = seconds;
   for (size_t t = 0; t < seconds.size(); t++) {
-    spec.reference.push_back(100.0f * (t + 1) * std::exp(-0.15f * t));
-    spec.target.push_back(80.0f * (t + 1) * std::exp(-0.09f * t) + 3.0f * (t % 3));
+    plan.reference.push_back(100.0f * (t + 1) * std::exp(-0.15f * t));
+    plan.target.push_back(80.0f * (t + 1) * std::exp(-0.09f * t) + 3.0f * (t % 3));
   }
-  return spec;
+  return plan;
 }
 
 std::vector<double> frames(int n) {
@@ -31,7 +31,7 @@ struct Fitted {
   PetModel m;
   int result = -99;
   std::string out;
-  Fitted(const std::string &keywords, const std::vector<PetRunSpec> &runs) : m(keywords, runs) {
+  Fitted(const std::string &keywords, const std::vector<PetRunPlan> &runs) : m(keywords, runs) {
     if (m.read.result != 0) return;
     Captured c = capture_output([&] {
       result = SRTM_define_static_basis_functions();
@@ -311,11 +311,11 @@ TEST(PetParameters, BindingPotentialOfADifferenceCondition) {
 }
 
 TEST(PetParameters, DistributionVolumeModel) {
-  PetRunSpec spec = run_of("0\n1 b\n\n2 V_b\n\n", frames(12));
+  PetRunPlan plan = run_of("0\n1 b\n\n2 V_b\n\n", frames(12));
   std::vector<double> plasma;
   for (int t = 0; t < 12; t++) plasma.push_back(500.0 * std::exp(-0.3 * t) + 20);
-  spec.extra = {plasma};
-  Fitted f("time-model DV\nplasma-column 2\n", {spec});
+  plan.extra = {plasma};
+  Fitted f("time-model DV\nplasma-column 2\n", {plan});
   ASSERT_EQ(f.result, 0) << f.m.read.printed.out << f.out;
   EXPECT_FALSE(SRTM_is_SRTM_model());
   std::vector<float> data(SRTM.target_t, SRTM.target_t + SRTM.ntime), fit(SRTM.ntime), err(SRTM.ntime);
@@ -463,9 +463,9 @@ TEST(PetVoxels, EveryVoxelMatchesItsOwnFitOnAnyNumberOfThreads) {
 }
 
 TEST(PetFailures, AllZeroReferenceCurveRunsOnWithTheSingularMatrix) {
-  PetRunSpec spec = run_of("0\n1 R1\n\n2 k2\n\n3 k2a\n\n", frames(8));
-  spec.reference.assign(8, 0.0f);
-  PetModel m("conditions 3\n", {spec});
+  PetRunPlan plan = run_of("0\n1 R1\n\n2 k2\n\n3 k2a\n\n", frames(8));
+  plan.reference.assign(8, 0.0f);
+  PetModel m("conditions 3\n", {plan});
   ASSERT_EQ(m.read.result, 0);
   int result = -1;
   Captured c = capture_output([&] { result = SRTM_define_static_basis_functions(); });
@@ -525,9 +525,9 @@ TEST(PetFailures, MapVoxelsWithoutDegreesOfFreedomAreMarked) {
 
 TEST(PetParameters, ErrorsUseTheSignedDiagonalTimesTheShape) {
   // A table-shaped k2a whose column is negative at frame 2.
-  PetRunSpec spec = run_of("0\n1 R1\n\n2 k2\n\n3 k2a table\n1\n", frames(10));
-  spec.extra = {{1.0, 2.0, -0.5, 3.0, 4.0, 3.0, 2.5, 2.0, 1.5, 1.0}};
-  Fitted f("", {spec});
+  PetRunPlan plan = run_of("0\n1 R1\n\n2 k2\n\n3 k2a table\n1\n", frames(10));
+  plan.extra = {{1.0, 2.0, -0.5, 3.0, 4.0, 3.0, 2.5, 2.0, 1.5, 1.0}};
+  Fitted f("", {plan});
   ASSERT_EQ(f.result, 0) << f.out;
   std::vector<float> data(SRTM.target_t, SRTM.target_t + 10), fit(10), err(10);
   double s2, e;

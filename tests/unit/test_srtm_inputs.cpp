@@ -152,15 +152,15 @@ TEST(PetControlFile, MoreThanFiftyRunsAreRefused) {
   EXPECT_EQ(SRTM.nruns, 50);
 }
 
-PetRunSpec simple_run(const std::string &events, int nt = 6) {
-  PetRunSpec spec;
-  spec.events = events;
+PetRunPlan simple_run(const std::string &events, int nt = 6) {
+  PetRunPlan plan;
+  plan.events = events;
   for (int t = 0; t < nt; t++) {
-    spec.durations.push_back(60.0 * (1 + t % 3));
-    spec.reference.push_back(10.0f + t);
-    spec.target.push_back(20.0f + 2 * t);
+    plan.durations.push_back(60.0 * (1 + t % 3));
+    plan.reference.push_back(10.0f + t);
+    plan.target.push_back(20.0f + 2 * t);
   }
-  return spec;
+  return plan;
 }
 
 TEST(PetControlFile, ReadsAStudy) {
@@ -269,9 +269,9 @@ TEST_F(PetTableFile, ZeroDurationAndTooManyColumnsAreRefused) {
 }
 
 TEST(PetTableColumns, NegativeWinnerNormalisesByTheLastFrameThatBeatIt) {
-  PetRunSpec spec = simple_run("0\n1 R1\n\n2 k2a\n\n3 R1 table\n1\n", 5);
-  spec.extra = {{1.0, -4.0, 2.0, -3.0, 0.5}};
-  PetModel m("", {spec});
+  PetRunPlan plan = simple_run("0\n1 R1\n\n2 k2a\n\n3 R1 table\n1\n", 5);
+  plan.extra = {{1.0, -4.0, 2.0, -3.0, 0.5}};
+  PetModel m("", {plan});
   ASSERT_EQ(m.read.result, 0) << m.read.printed.out;
   // |1| > 0: max 1; |-4| > 1: max -4; then every frame beats -4; last is 0.5.
   EXPECT_EQ(SRTM.iTimeMax[2], 4);
@@ -280,9 +280,9 @@ TEST(PetTableColumns, NegativeWinnerNormalisesByTheLastFrameThatBeatIt) {
 }
 
 TEST(PetTableColumns, PositivePeakNormalisesToOne) {
-  PetRunSpec spec = simple_run("0\n1 R1\n\n2 k2a\n\n3 R1 table\n1\n", 4);
-  spec.extra = {{1.0, 4.0, 2.0, 3.0}};
-  PetModel m("", {spec});
+  PetRunPlan plan = simple_run("0\n1 R1\n\n2 k2a\n\n3 R1 table\n1\n", 4);
+  plan.extra = {{1.0, 4.0, 2.0, 3.0}};
+  PetModel m("", {plan});
   ASSERT_EQ(m.read.result, 0) << m.read.printed.out;
   EXPECT_EQ(SRTM.iTimeMax[2], 1);
   EXPECT_DOUBLE_EQ(SRTM.table_value[0][1][1], 1.0);
@@ -298,9 +298,9 @@ struct EventRead {
 };
 
 EventRead events_of(const std::string &text, int nt = 6, std::vector<std::vector<double>> extra = {}) {
-  PetRunSpec spec = simple_run(text, nt);
-  spec.extra = extra;
-  PetModel m("", {spec});
+  PetRunPlan plan = simple_run(text, nt);
+  plan.extra = extra;
+  PetModel m("", {plan});
   return {m.read.result, m.read.printed, m.s.path("run1.glm")};
 }
 
@@ -319,16 +319,16 @@ TEST(PetEventFile, FirstLineForms) {
 }
 
 TEST(PetEventFile, RelativeK2ColumnIsUsedAndAnnounced) {
-  PetRunSpec spec = simple_run("40 1\n1 R1\n\n2 k2a\n\n", 3);
-  spec.extra = {{1.0, 2.0, 0.5}};
-  PetModel m("", {spec});
+  PetRunPlan plan = simple_run("40 1\n1 R1\n\n2 k2a\n\n", 3);
+  plan.extra = {{1.0, 2.0, 0.5}};
+  PetModel m("", {plan});
   ASSERT_EQ(m.read.result, 0);
   EXPECT_EQ(m.read.printed.out.substr(0, 86),
             "Using column 1 of table as a relative index of k2_ref with baseline value 1/k2_ref=40\n");
   EXPECT_DOUBLE_EQ(SRTM.k2prime_rel[0][1], 2.0);
   // Column 0 and columns out of range are ignored without a word.
-  PetRunSpec spec2 = simple_run("40 5\n1 R1\n\n", 3);
-  PetModel m2("", {spec2});
+  PetRunPlan plan2 = simple_run("40 5\n1 R1\n\n", 3);
+  PetModel m2("", {plan2});
   ASSERT_EQ(m2.read.result, 0);
   EXPECT_EQ(SRTM.k2prime_rel[0][1], 1.0);
 }
@@ -509,16 +509,16 @@ TEST(PetRegions, DimensionsMustAgreeAcrossRuns) {
 }
 
 TEST(PetRegions, PlasmaColumnForTheDistributionVolumeModel) {
-  PetRunSpec spec = simple_run("0\n1 b\n\n2 V_b\n\n", 3);
-  spec.extra = {{5.0, 6.0, 7.0}};
-  PetModel m("time-model DV\nplasma-column 2\n", {spec});
+  PetRunPlan plan = simple_run("0\n1 b\n\n2 V_b\n\n", 3);
+  plan.extra = {{5.0, 6.0, 7.0}};
+  PetModel m("time-model DV\nplasma-column 2\n", {plan});
   ASSERT_EQ(m.read.result, 0) << m.read.printed.out;
   EXPECT_EQ(m.read.printed.out, "Read target    region data using overlay " + m.s.path("target.ovl") + "\n");
   EXPECT_DOUBLE_EQ(SRTM.reference_region[0][1], 6.0);
-  PetModel first("time-model DV\nplasma-column 1\n", {spec});
+  PetModel first("time-model DV\nplasma-column 1\n", {plan});
   ASSERT_EQ(first.read.result, 0);
   EXPECT_DOUBLE_EQ(SRTM.reference_region[0][0], SRTM.table_value[0][0][0]);  // the spacing column
-  PetModel bad("time-model DV\nplasma-column 3\n", {spec});
+  PetModel bad("time-model DV\nplasma-column 3\n", {plan});
   EXPECT_EQ(bad.read.result, 1);
   EXPECT_NE(bad.read.printed.out.find(
                 "Error: the plasma TAC should be in column 3 for all runs, but run 1 only has 2 columns.\n"),
@@ -618,9 +618,9 @@ TEST(PetEventFile, ScrambledFilesNeverCrash) {
       for (int w = 0; w < nw; w++) text += std::string(w ? " " : "") + words[rng() % (sizeof words / sizeof *words)];
       text += "\n";
     }
-    PetRunSpec spec = simple_run(text, 6);
-    spec.extra = {{1, 2, 3, 4, 5, 6}};
-    PetModel m("conditions 1 2 3\n", {spec});
+    PetRunPlan plan = simple_run(text, 6);
+    plan.extra = {{1, 2, 3, 4, 5, 6}};
+    PetModel m("conditions 1 2 3\n", {plan});
     EXPECT_TRUE(m.read.result == 0 || m.read.result == 1 || m.read.printed.exit_status == 1) << text;
     if (m.read.result != 0) continue;
     succeeded++;
