@@ -632,4 +632,34 @@ TEST(PetEventFile, ScrambledFilesNeverCrash) {
   EXPECT_GT(succeeded, 0);
 }
 
+// Whole runs of 16-bit NIfTI data are read with their scaling, and the
+// region curves come from the scaled values. A header of the other byte
+// order is read as such; its voxels are taken as they are, as the header
+// reader leaves this machine's byte order in force.
+TEST(PetRegions, ScaledShortDataUnderEitherHeaderByteOrder) {
+  for (bool swapped : {false, true}) {
+    PetStudy s;
+    NiftiFields f;
+    f.dim[0] = 4;
+    f.dim[4] = 2;
+    f.datatype = 4;  // int16
+    f.scl_slope = 2.0f;
+    f.scl_inter = 1.0f;
+    f.other_byte_order = swapped;
+    std::vector<int16_t> data(2 * 2 * 2 * 2);
+    for (size_t j = 0; j < data.size(); j++) data[j] = (int16_t)(j * 3 - 7);
+    std::string bytes = nifti_file_bytes(f, data.data(), data.size() * sizeof(int16_t));
+    std::string run = write_binary_file(s.dir, "run.nii", bytes.data(), bytes.size());
+    std::string list = "reference-region " + s.text("r.ovl", "0 0 0\n1 1 1 0.5\n") + "\ntarget-region " +
+                       s.text("t.ovl", "1 0 1\n") + "\nruns:\n" + run + " " + s.text("e.glm", "0\n1 R1\n\n") +
+                       " " + s.table("t.table", {"d"}, {{60}, {60}}) + "\n";
+    PetRead r = read_pet_control(s.text("a.ctl", list));
+    ASSERT_EQ(r.result, 0) << r.printed.out;
+    // Frame 1: voxel 0 holds 8*3-7 = 17, voxel 7 holds 15*3-7 = 38, voxel 5 holds 13*3-7 = 32.
+    EXPECT_DOUBLE_EQ(SRTM.reference_region[0][1], ((2.0 * 17 + 1) * 1 + (2.0 * 38 + 1) * 0.5) / 1.5) << swapped;
+    EXPECT_DOUBLE_EQ(SRTM.target_region[0][1], 2.0 * 32 + 1) << swapped;
+    EXPECT_FLOAT_EQ(SRTM.PET_TAC_4D[0][0], 2.0f * -7 + 1);
+  }
+}
+
 }  // namespace
