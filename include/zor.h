@@ -23,5 +23,6 @@
 #include "zor_startup.h"
 #include "zor_glm.h"
 #include "zor_rem.h"
+#include "zor_srtm.h"
 
 #endif
