@@ -345,6 +345,14 @@ int read_stimulus(EventReader &r, char *line) {
     return 1;
   }
   if (r.event_number == EXCLUSION) {
+    // Segments are time points of this run: anything else (NaN, infinities,
+    // values past the run's end) would turn into a meaningless index.
+    int last = GLM.run_stop[r.irun] - GLM.run_start[r.irun];
+    if (!std::isfinite(on) || !(off < (float)last + 1.0f)) {
+      printf("Error reading line %d of the GLM file %s\n", r.line_number, r.file_name);
+      printf("Excluded segments are time points of the run, from 0 to %d.\n", last);
+      return 1;
+    }
     if (GLM.nexclude >= GLM_MAX_EXCLUDE) {
       printf("Error: the number of segments to exclude (%d) > max dimension in program (%d).\n", GLM.nexclude + 1,
              GLM_MAX_EXCLUDE);

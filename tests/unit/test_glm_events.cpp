@@ -209,6 +209,24 @@ TEST_F(EventFiles, ExclusionSegmentsInTimePoints) {
   EXPECT_EQ(GLM.nevents, 1);
 }
 
+TEST_F(EventFiles, ExclusionEndsMustBeTimePointsOfTheRun) {
+  const char *bad[] = {"0 3e9", "0 1e9", "nan nan", "2 nan", "nan 4", "0 inf", "0 10", "9.5 10"};
+  for (const char *segment : bad) {
+    GLM_engine_reset();
+    EventRead r = read(std::string("2\n\n1\n0 4\n\n-1\n") + segment + "\n", 0, 10);
+    EXPECT_EQ(r.result, 1) << segment;
+    EXPECT_EQ(r.out, "Error reading line 7 of the GLM file " + r.file + "\n" +
+                         "Excluded segments are time points of the run, from 0 to 9.\n")
+        << segment;
+    EXPECT_EQ(GLM.nexclude, 0) << segment;
+  }
+  GLM_engine_reset();
+  EventRead r = read("2\n\n1\n0 4\n\n-1\n0 9.9\n", 0, 10);
+  EXPECT_EQ(r.result, 0) << r.out;
+  ASSERT_EQ(GLM.nexclude, 1);
+  EXPECT_EQ(GLM.exclude_end[0], 9);
+}
+
 TEST_F(EventFiles, ExclusionBackwardsEndsInTheCharacterError) {
   EventRead r = read("2\n\n-1\n5 3\n");
   EXPECT_EQ(r.exit_status, 1);
