@@ -45,6 +45,7 @@ int read_response_file(const char *file_name) {
   char line[ZOR_LINE];
   for (int k = 0; k < 3; k++) {
     if (!get_line_with_comment(fp, line, ZOR_LINE)) {
+      printf("Error reading the %s line of the IRF file %s.\n", ordinal_line[k], file_name);
       fclose(fp);
       return 1;
     }

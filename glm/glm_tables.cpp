@@ -28,7 +28,10 @@ std::vector<std::string> words_of(const char *line) {
 
 int read_column_names(FILE *fp, const char *file_name, int irun) {
   char line[ZOR_LINE];
-  if (!get_line_with_comment(fp, line, ZOR_LINE)) return 1;
+  if (!get_line_with_comment(fp, line, ZOR_LINE)) {
+    printf("Error reading line %d of TABLE file %s\n", 1, file_name);
+    return 1;
+  }
   std::vector<std::string> names = words_of(line);
   int ncolumns = (int)names.size();
   if (ncolumns > GLM_MAX_TABLE_COLUMNS) {

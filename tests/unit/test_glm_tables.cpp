@@ -43,7 +43,10 @@ TEST_F(TableFiles, MissingAndEmptyFiles) {
   EXPECT_EQ(c.out, "Error attempting to open the TABLE file " + missing + ".\n");
   Read r = read("", 0, 3);
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.out, "Error reading line 1 of TABLE file " + r.file + "\n");
+  r = read("# only a comment\n", 0, 3);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error: the number of time points in the table (0) does not match the data file (3).\n");
 }
 
 TEST_F(TableFiles, ColumnsAndValues) {
