@@ -1,5 +1,6 @@
 // The model's control file: a keyword block, a "runs:" line, then one line
 // per run naming its image, its event file and optionally its table.
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -59,7 +60,7 @@ int decode_scale_event(char *argument) {
   float scale;
   char word[ZOR_LINE];
   int n = -1;
-  if (sscanf(argument, "%f %1023s", &scale, word) == 2) n = GLM_EventNumberFromCharID(word[0]);
+  if (sscanf(argument, "%f %1023s", &scale, word) == 2 && std::isfinite(scale)) n = GLM_EventNumberFromCharID(word[0]);
   // A comma names no slot of the table; it gets the usage message too.
   if (n < 0) {
     puts("Error: use `scale-event [scale] [event].");
@@ -73,7 +74,7 @@ int decode_noise_model(char *argument) {
   char word[ZOR_LINE];
   float half_life = 0.0f;
   int nread = sscanf(argument, "%1023s %f", word, &half_life);
-  if (nread < 1) {
+  if (nread < 1 || (nread == 2 && !std::isfinite(half_life))) {
     puts("Error: `noise-model' requires a character argument (OLS,iWLS,fPET)");
     return -1;
   }
@@ -93,7 +94,7 @@ int decode_noise_model(char *argument) {
 
 int decode_band(char *argument, float *low, float *high, const char *message) {
   float a, b;
-  if (sscanf(argument, "%g %g", &a, &b) != 2) {
+  if (sscanf(argument, "%g %g", &a, &b) != 2 || !std::isfinite(a) || !std::isfinite(b)) {
     puts(message);
     return -1;
   }
@@ -142,7 +143,7 @@ int GLMInternal_decode_keyword(char *line) {
     int order;
     float smooth;
     int nread = sscanf(argument, "%d %f", &order, &smooth);
-    if (nread < 1) {
+    if (nread < 1 || (nread == 2 && !std::isfinite(smooth))) {
       puts("Error: `AR' requires an integer argument.");
       return -1;
     }

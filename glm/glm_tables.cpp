@@ -97,7 +97,7 @@ int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
       }
       float value;
       if (sscanf(words[c].c_str(), "%f", &value) != 1) continue;  // not a number: left as it was
-      if (std::isnan(value)) {
+      if (!std::isfinite(value)) {  // infinities are no usable entry either
         printf("Error: table entry %d in column %d of run %d is not a number.\n", t, c, irun + 1);
         fclose(fp);
         zor_exit(1);

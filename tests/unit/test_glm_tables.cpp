@@ -97,6 +97,16 @@ TEST_F(TableFiles, NotANumberEndsTheProcess) {
   EXPECT_EQ(r.out, "Error: table entry 1 in column 1 of run 1 is not a number.\n");
 }
 
+TEST_F(TableFiles, InfinityEndsTheProcessAsNotANumberDoes) {
+  Read r = read("a b\n1 inf\n2 3\n", 0, 2);
+  EXPECT_EQ(r.exit_status, 1);
+  EXPECT_EQ(r.out, "Error: table entry 0 in column 1 of run 1 is not a number.\n");
+  GLM_engine_reset();
+  r = read("a b\n1 2\n-inf 3\n", 0, 2);
+  EXPECT_EQ(r.exit_status, 1);
+  EXPECT_EQ(r.out, "Error: table entry 1 in column 0 of run 1 is not a number.\n");
+}
+
 TEST_F(TableFiles, TooManyColumnsRefusedBeforeStoring) {
   std::string names, values;
   for (int c = 0; c < GLM_MAX_TABLE_COLUMNS + 1; c++) {
