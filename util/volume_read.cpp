@@ -379,7 +379,7 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   }
   const int bytes = storage_bytes(header.storage_type);
   void *raw = nullptr;
-  if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector(npts * bytes);
+  if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector_long(static_cast<int64_t>(npts) * bytes);
 
   const int nt = file_info->nt;
   for (int jt = 0; jt < nt; jt++) {
