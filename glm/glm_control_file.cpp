@@ -7,6 +7,7 @@
 #include "glm_internal.h"
 #include "zor_glm.h"
 #include "zor_header.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 int glm_output_info = 0;
@@ -277,7 +278,7 @@ int read_run_lines(FILE *fp) {
 int GLM_read_control_file(char *file_name, int notify) {
   GLM_reset_model();
 
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error: cannot open the file %s.\n", file_name);
     return 1;

@@ -9,6 +9,7 @@
 #include "zor_alloc.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -435,7 +436,7 @@ int read_event_lines(FILE *fp, EventReader &r) {
 }  // namespace
 
 int GLM_read_event_file(char *file_name, int irun, int ntime_run) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error attempting to open the GLM file %s.\n", file_name);
     return 1;

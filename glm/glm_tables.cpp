@@ -9,6 +9,7 @@
 #include "zor_alloc.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -58,7 +59,7 @@ int read_column_names(FILE *fp, const char *file_name, int irun) {
 
 int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
   if (file_name[0] == '\0') return 0;
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error attempting to open the TABLE file %s.\n", file_name);
     return 1;

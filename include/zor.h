@@ -15,6 +15,7 @@
 #include "zor_display_state.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"
+#include "zor_regular_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
 

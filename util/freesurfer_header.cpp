@@ -9,6 +9,7 @@
 #include "zor_exit.h"
 #include "zor_geometry.h"
 #include "zor_header.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -43,7 +44,7 @@ bool line_is_blank(const char *line) {
 }
 
 bool file_exists(const std::string &name) {
-  FILE *fp = fopen(name.c_str(), "rb");
+  FILE *fp = fopen_regular(name.c_str(), "rb");
   if (!fp) return false;
   fclose(fp);
   return true;
@@ -91,7 +92,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   }
 
   const std::string bhdr_name = stem.substr(0, stem.size() - 1) + ".bhdr";
-  FILE *fp = fopen(bhdr_name.c_str(), "r");
+  FILE *fp = fopen_regular(bhdr_name.c_str(), "r");
   if (!fp) {
     printf("Error: cannot open freesurfer bhdr file %s.\n", bhdr_name.c_str());
     return 1;
@@ -129,7 +130,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   header->resolution.y = corner_distance(values, FS_TOP_RIGHT, FS_BOTTOM_RIGHT, header->dim.y);
 
   const std::string slice_header = stem + "000.hdr";
-  fp = fopen(slice_header.c_str(), "r");
+  fp = fopen_regular(slice_header.c_str(), "r");
   if (!fp) {
     printf("Error: cannot open freesurfer file %s.\n", slice_header.c_str());
     return 1;

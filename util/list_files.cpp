@@ -12,6 +12,7 @@
 #include "zor_display_state.h"
 #include "zor_exit.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -100,7 +101,7 @@ int shown_n3d() { return mosaic.stack ? mosaic.stack->n3d : 0; }
 // Walks a list file and hands every entry to `add`. Returns 0 or 1.
 template <typename Add>
 int read_list(const char *list_file_name, list_kind kind, Add add) {
-  FILE *fp = fopen(list_file_name, "r");
+  FILE *fp = fopen_regular(list_file_name, "r");
   if (!fp) {
     printf("Error: cannot open the file %s.\n", list_file_name);
     return 1;

@@ -9,6 +9,7 @@
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_nifti_quaternion.h"
+#include "zor_regular_file.h"
 
 namespace {
 
@@ -199,7 +200,7 @@ int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header) {
     snprintf(name, sizeof name, "%s", file_name);
   }
 
-  FILE *fp = fopen(name, "rb");
+  FILE *fp = fopen_regular(name, "rb");
   if (!fp) {
     printf("Error: cannot open Nifti file %s.\n", name);
     return 1;

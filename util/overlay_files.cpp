@@ -7,6 +7,7 @@
 #include "zor_display_state.h"
 #include "zor_exit.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -55,7 +56,7 @@ int store_voxel(ovl_list *ovl, IPOINT3D dim, int x, int y, int z, float w, const
 }  // namespace
 
 int read_overlay_file(const char *file_name, ovl_list *ovl) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error opening file %s\n", file_name);
     return 1;

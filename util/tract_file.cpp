@@ -17,6 +17,7 @@
 #include "zor_alloc.h"
 #include "zor_display_state.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ int64_t index_limit(const int32_t *dims) {
 }  // namespace
 
 int read_DTI_tract_file(const char *file_name) {
-  FILE *fp = fopen(file_name, "rb");
+  FILE *fp = fopen_regular(file_name, "rb");
   if (!fp) {
     printf("Error: cannot open the DTI tract file %s\n", file_name);
     return 1;

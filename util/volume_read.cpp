@@ -16,6 +16,7 @@
 
 #include "zor_alloc.h"
 #include "zor_exit.h"
+#include "zor_regular_file.h"
 #include "zor_stack.h"
 
 namespace {
@@ -349,7 +350,7 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   const XD_HEADER &header = file_info->header;
   const char *name = file_info->file_name;
   const bool swap = machine_byte_order() != header.byte_order;
-  FILE *fp = fopen(name, "rb");
+  FILE *fp = fopen_regular(name, "rb");
   if (!fp) {
     printf("\nError: cannot open file %s.\n", name);
     return 1;
@@ -421,7 +422,7 @@ int read_freesurfer_file(data_stack *stack, file_list *file_info) {
 
   for (int jz = 0; jz < header.dim.z; jz++) {
     const std::string name = slice_name(stem, jz, header.storage_type);
-    FILE *fp = fopen(name.c_str(), "rb");
+    FILE *fp = fopen_regular(name.c_str(), "rb");
     if (!fp) {
       free(shorts);
       free_float_vector(values);
