@@ -28,6 +28,7 @@ int storage_bytes(int storage_type) {
     case BLONG:
     case BFLOAT: return 4;
     case UINT8: return 1;
+    case BDOUBLE: return 8;
     default: return 0;  // no reading path
   }
 }
@@ -40,6 +41,11 @@ int storage_bytes(int storage_type) {
 void swap_bytes_16(void *data, long count) {
   uint16_t *p = static_cast<uint16_t *>(data);
   for (long i = 0; i < count; i++) p[i] = __builtin_bswap16(p[i]);
+}
+
+void swap_bytes_64(void *data, long count) {
+  uint64_t *p = static_cast<uint64_t *>(data);
+  for (long i = 0; i < count; i++) p[i] = __builtin_bswap64(p[i]);
 }
 
 void swap_bytes_32(void *data, long count) {
@@ -177,9 +183,16 @@ bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *r
       }
       return true;
     }
+    case BDOUBLE:
+      // Rounded to float, then treated as float storage: scaled afterwards
+      // in float steps, as 32-bit floats are.
+      if (fread(raw, 8, npts, fp) != static_cast<size_t>(npts)) return false;
+      if (swap) swap_bytes_64(raw, npts);
+      convert(static_cast<const double *>(raw), values, npts);
+      return true;
     default:
-      // Double-precision and unknown storage have no reading path: the
-      // volume keeps what the buffer holds, zeros from the start.
+      // Unknown storage has no reading path: the volume keeps what the
+      // buffer holds, zeros from the start.
       return true;
   }
 }
@@ -249,9 +262,20 @@ void convert_mapped_volume(const unsigned char *src, const XD_HEADER &header, bo
     memcpy(raw, src, (size_t)npts * (size_t)bytes);
     if (bytes == 2)
       swap_bytes_16(raw, npts);
-    else
+    else if (bytes == 4)
       swap_bytes_32(raw, npts);
+    else
+      swap_bytes_64(raw, npts);
     stored = raw;
+  }
+  if (header.storage_type == BDOUBLE) {
+    if (!swap && reinterpret_cast<uintptr_t>(src) % alignof(double) != 0) {
+      // An odd data offset leaves the mapped doubles unaligned.
+      memcpy(raw, src, (size_t)npts * (size_t)bytes);
+      stored = raw;
+    }
+    convert(static_cast<const double *>(stored), target, npts);
+    return;
   }
   switch (header.storage_type) {
     case BSHORT: convert_volume(static_cast<const int16_t *>(stored), target, npts, scaling); break;
@@ -309,7 +333,8 @@ bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
       for (; printed < nt; printed++) show_progress(name, printed, nt);
   };
   const bool two = std::thread::hardware_concurrency() > 1;
-  std::vector<char> raw_main(swap ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
+  const bool need_raw = swap || header.storage_type == BDOUBLE;
+  std::vector<char> raw_main(need_raw ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
   if (two) {
     // This thread reports: each line once, in order, as the volumes are
     // taken up.

@@ -316,15 +316,15 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
   const std::vector<uint16_t> u16 = {0, 1, 32768, 65535, 40000, 2, 3, 4};
   const std::vector<int32_t> i32 = {-2147483647 - 1, -1, 0, 1, 2147483647, 16777217, -5, 6};
   const std::vector<float> f32 = {-1.5f, 0, 1e-30f, 3.25f, 1e30f, -0.0f, 7, 8};
-  const std::vector<double> f64 = {1, 2, 3, 4, 5, 6, 7, 8};
+  const std::vector<double> f64 = {1.5, -2.25, 0.1, 16777217.0, 1e39, -0.0, 1e-300, -8};
   const Case cases[] = {
       {2, u8, {0, 1, 127, 128, 200, 255, 3, 4}},
       {4, bytes_of(i16), {-32768, -1, 0, 1, 32767, 12, -12, 5}},
       {512, bytes_of(u16), {0, 1, 32768, 65535, 40000, 2, 3, 4}},
       {8, bytes_of(i32), {-2147483648.0f, -1, 0, 1, 2147483648.0f, 16777216.0f, -5, 6}},
       {16, bytes_of(f32), {-1.5f, 0, 1e-30f, 3.25f, 1e30f, -0.0f, 7, 8}},
-      // Double precision has no reading path: the volume stays cleared.
-      {64, bytes_of(f64), {0, 0, 0, 0, 0, 0, 0, 0}},
+      // Doubles are rounded to float: beyond float's range they are infinite.
+      {64, bytes_of(f64), {1.5f, -2.25f, 0.1f, 16777216.0f, INFINITY, -0.0f, 0.0f, -8.0f}},
   };
   for (const Case &c : cases) {
     SetUp();
@@ -337,6 +337,68 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
     for (int j = 0; j < 8; j++) EXPECT_EQ(image_stack.Volume[0][j], c.values[j]) << c.datatype << " " << j;
     TearDown();
   }
+}
+
+TEST_F(StackLoad, DoublesAreScaledInFloatStepsLikeFloats) {
+  // One volume (read one by one) and three (read through the mapped file),
+  // with the slope and offset applied to the float value.
+  for (int nt : {1, 3}) {
+    SetUp();
+    NiftiFields s;
+    s.datatype = 64;
+    s.dim[0] = 4;
+    s.dim[4] = static_cast<int16_t>(nt);
+    s.scl_slope = 0.3f;
+    s.scl_inter = -1.7f;
+    std::vector<double> v;
+    for (int i = 0; i < 8 * nt; i++) v.push_back(0.1 * i - 2.0 / 3.0);
+    TestFileList files;
+    files.add(write("d.nii", s, v.data(), v.size() * 8));
+    LoadResult r = load_stack(&image_stack, &files.head);
+    ASSERT_EQ(r.result, 0) << r.printed.out;
+    for (int i = 0; i < 8 * nt; i++) {
+      const float want = 0.3f * static_cast<float>(v[i]) + -1.7f;
+      EXPECT_EQ(image_stack.Volume[i / 8][i % 8], want) << nt << " " << i;
+    }
+    TearDown();
+  }
+}
+
+TEST_F(StackLoad, DoublesOfTheOtherByteOrderAreSwapped) {
+  // A native file names its byte order; one and three volumes.
+  for (int nt : {1, 3}) {
+    SetUp();
+    write_text_file(dir, "n.hdr", "x 3\ny 1\nz 1\nt " + std::to_string(nt) + "\nbyte-order " +
+                                      std::to_string(1 - machine_byte_order()) + "\n");
+    std::vector<unsigned char> bytes;
+    for (int i = 0; i < 3 * nt; i++) {
+      const double value = 1.25e10 * i - 3.5;
+      unsigned char b[8];
+      memcpy(b, &value, 8);
+      std::reverse(b, b + 8);
+      bytes.insert(bytes.end(), b, b + 8);
+    }
+    TestFileList files;
+    files.add(write_binary_file(dir, "n.bdouble", bytes.data(), bytes.size()));
+    LoadResult r = load_stack(&image_stack, &files.head);
+    ASSERT_EQ(r.result, 0) << r.printed.out;
+    for (int i = 0; i < 3 * nt; i++)
+      EXPECT_EQ(image_stack.Volume[i / 3][i % 3], static_cast<float>(1.25e10 * i - 3.5)) << nt << " " << i;
+    TearDown();
+  }
+}
+
+TEST_F(StackLoad, ShortDoubleFileFailsWithTheShortReadMessage) {
+  NiftiFields s;
+  s.datatype = 64;
+  std::vector<double> v(7, 1.0);  // one voxel short
+  TestFileList files;
+  std::string name = write("short.nii", s, v.data(), v.size() * 8);
+  files.add(name);
+  LoadResult r = load_stack(&image_stack, &files.head);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_NE(r.printed.out.find("Error reading the data from file " + name + "\n"), std::string::npos)
+      << r.printed.out;
 }
 
 TEST_F(StackLoad, ByteSwappedHeaderLeavesVoxelsInTheFileOrder) {
