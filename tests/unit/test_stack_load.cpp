@@ -401,6 +401,36 @@ TEST_F(StackLoad, ShortDoubleFileFailsWithTheShortReadMessage) {
       << r.printed.out;
 }
 
+TEST_F(StackLoad, NotANumberResolutionMatchesItselfButNotANumber) {
+  NiftiFields s;
+  s.pixdim[1] = s.pixdim[2] = s.pixdim[3] = std::numeric_limits<float>::quiet_NaN();
+  std::vector<float> v(8, 1.0f);
+  TestFileList files;
+  files.add(write("a.nii", s, v.data(), 32));
+  LoadResult r = load_stack(&image_stack, &files.head);
+  ASSERT_EQ(r.result, 0);
+  EXPECT_EQ(r.printed.out.find("Warning: resolution"), std::string::npos) << r.printed.out;
+  files.add(write("b.nii", s, v.data(), 32));
+  TearDown();
+  SetUp();
+  r = load_stack(&image_stack, &files.head);
+  ASSERT_EQ(r.result, 0);
+  EXPECT_EQ(r.printed.out.find("Warning: resolution"), std::string::npos) << r.printed.out;
+  // A number against NaN is a real difference.
+  NiftiFields plain;
+  TestFileList mixed;
+  mixed.add(write("c.nii", plain, v.data(), 32));
+  mixed.add(write("d.nii", s, v.data(), 32));
+  TearDown();
+  SetUp();
+  r = load_stack(&image_stack, &mixed.head);
+  ASSERT_EQ(r.result, 0);
+  EXPECT_NE(r.printed.out.find("Warning: resolution for " + dir + "/d.nii (nan,nan,nan)\n"
+                               "doesn't match previous resolution (1,1,1)\n"),
+            std::string::npos)
+      << r.printed.out;
+}
+
 TEST_F(StackLoad, ByteSwappedHeaderLeavesVoxelsInTheFileOrder) {
   NiftiFields s;
   s.other_byte_order = true;
