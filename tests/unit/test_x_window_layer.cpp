@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <X11/keysym.h>
+#include <malloc.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -112,6 +114,17 @@ TEST_F(WindowLayer, EventMaskIsTheDocumentedValue) {
   EXPECT_EQ(a.width, 1304 + 100);
   EXPECT_EQ(a.height, 1044 + 75);
   EXPECT_EQ(a.map_state, IsViewable);
+}
+
+TEST_F(WindowLayer, ClientImagesTakeTheServersBitsPerPixel) {
+  // Depth 24 is stored in 32 bits a pixel: four bytes, not twenty-four.
+  ASSERT_NE(XImage_XY, nullptr);
+  EXPECT_EQ(XImage_XY->bits_per_pixel, 32);
+  EXPECT_EQ(XImage_XY->bytes_per_line, 4 * XImage_XY->width);
+  const size_t want = (size_t)XImage_XY->bytes_per_line * (size_t)XImage_XY->height;
+  EXPECT_GE(malloc_usable_size(XData_XY), want);
+  EXPECT_LT(malloc_usable_size(XData_XY), want + 4096);
+  EXPECT_EQ(XImage_XY->data, XData_XY);
 }
 
 TEST_F(WindowLayer, TitleShowsZoomAndMap) {
