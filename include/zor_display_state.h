@@ -219,6 +219,12 @@ void choose_image_window_geometry(int screen_width, int screen_height, int first
 POINT3D display_voxel_size(const data_stack *stack);
 // Largest extent, in display pixels, of a volume along one axis.
 constexpr int LAYOUT_PIXEL_LIMIT = 1 << 24;
+// Largest side of a window or pixmap that X can describe.
+constexpr int X_MAX_SIDE = 32767;
+// Width (with room for the right panel's images) and height of the image
+// window the last layout needs, clipped to int; and whether X can make it.
+IPOINT2D image_window_size(void);
+int image_window_fits_x(void);
 
 // Pointer classification in window coordinates.
 void define_mosaic_cursor_location(int x2d, int y2d);

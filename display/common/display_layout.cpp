@@ -290,3 +290,14 @@ void choose_image_window_geometry(int screen_width, int screen_height, int first
   mosaic.PixelScale = ratio;
   set_bottom_strip_widths();
 }
+
+IPOINT2D image_window_size(void) {
+  int64_t width = (int64_t)mosaic.ImageRegionPixels.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1);
+  int64_t height = (int64_t)mosaic.ImageRegionPixels.y + TOP_MENU_HEIGHT + BOTTOM_STRIP_HEIGHT;
+  return IPOINT2D{clip_to_int(width), clip_to_int(height)};
+}
+
+int image_window_fits_x(void) {
+  IPOINT2D size = image_window_size();
+  return size.x <= X_MAX_SIDE && size.y <= X_MAX_SIDE;
+}

@@ -1,6 +1,7 @@
-"""Volumes whose geometry the window cannot take as it is: voxel sizes that
-are zero, negative, not a number, infinite or denormal. The program warns,
-opens its window, and answers clicks and motion."""
+"""Volumes and options whose geometry the window cannot take as it is: voxel
+sizes that are zero, negative, not a number, infinite or denormal, and panel
+counts across that X cannot make a window of. The program warns or refuses
+with a message, and when it opens its window, it answers clicks and motion."""
 
 import math
 
@@ -60,6 +61,35 @@ class UnusableVoxelSizes(e2e.ViewerTestCase):
         v.click(w, 20, 200)
         v.wait_event("ButtonRelease", after=mark)
         self.assertTrue(v.running())
+
+
+class PanelsAcross(e2e.ViewerTestCase):
+    def refused(self, value, width):
+        v = self.start_viewer((64, 64, 20), ["-x", value])
+        self.assertEqual(v.wait_exit(), 1)
+        self.assertIn("Error: the image window would be %d x " % width, v.stdout())
+        self.assertIn("more than the 32767 that X allows on a side.\n"
+                      "Choose another number of panels across (-x) or fewer slices (-m).\n", v.stdout())
+        self.assertNotIn("X Error", v.stderr())
+        self.assertNotIn("X error", v.stderr())
+
+    def test_a_hundred_thousand_are_refused(self):
+        self.refused("100000", 200102)
+
+    def test_the_largest_int_is_refused(self):
+        self.refused("2147483647", 2147483647)
+
+    def test_a_thousand_open_a_window_wider_than_the_screen(self):
+        v = self.start_viewer((64, 64, 20), ["-x", "1000"])
+        w = v.window(r"zorview \(zoom = 1\)")
+        width, height = v.size(w)
+        self.assertGreater(width, e2e.SCREEN_WIDTH)
+        self.assertLessEqual(width, 32767)
+        mark = v.trace_mark()
+        v.click(w, 30, 50)
+        v.wait_event("ButtonRelease", after=mark)
+        self.assertTrue(v.running())
+        self.assertEqual(v.stderr(), "")
 
 
 if __name__ == "__main__":

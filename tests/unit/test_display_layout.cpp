@@ -291,6 +291,7 @@ TEST_F(DisplayLayout, UnusableVoxelSidesAreShownAsOneWithOneWarning) {
     c = capture_output([&] { choose_image_window_geometry(2560, 1600, 1); });
     EXPECT_EQ(c.out, "") << line;
     EXPECT_GE(mosaic.PixelDim.x, 1);
+    EXPECT_TRUE(image_window_fits_x());
   }
 }
 
@@ -301,10 +302,30 @@ TEST_F(DisplayLayout, ExtremeAnisotropyIsScaledUntilItFitsTheScreen) {
   compute_display_size(&rough, 1.0f);
   mosaic.DimPanels.x = 0;
   choose_image_window_geometry(2560, 1600, 1);
-  EXPECT_LE(mosaic.ImageRegionPixels.y + 75, 1600);
-  EXPECT_LE(mosaic.ImageRegionPixels.x + mosaic.nx_ColorBar, 2560);
+  EXPECT_TRUE(image_window_fits_x());
+  IPOINT2D size = image_window_size();
+  EXPECT_LE(size.y, 1600);
+  EXPECT_LE(size.x, 2560);
   EXPECT_GE(mosaic.PixelDim.x, 1);
   EXPECT_GT(mosaic.PixelScale, 1.0e20f);
+}
+
+TEST_F(DisplayLayout, PanelsAcrossBeyondWhatXAllowsAreDetected) {
+  IPOINT2D rough;
+  compute_display_size(&rough, 1.0f);
+  mosaic.DimPanels.x = 100000;
+  choose_image_window_geometry(2560, 1600, 1);
+  EXPECT_FALSE(image_window_fits_x());
+  EXPECT_EQ(image_window_size().x, 200102);
+  mosaic.DimPanels.x = 2147483647;
+  choose_image_window_geometry(2560, 1600, 0);
+  EXPECT_FALSE(image_window_fits_x());
+  EXPECT_EQ(image_window_size().x, 2147483647);
+  // A thousand panels across is wider than the screen, and X can still make it.
+  mosaic.DimPanels.x = 1000;
+  choose_image_window_geometry(2560, 1600, 0);
+  EXPECT_TRUE(image_window_fits_x());
+  EXPECT_GT(image_window_size().x, 2560);
 }
 
 TEST_F(DisplayLayout, LaterLayoutsKeepTheZoom) {

@@ -127,6 +127,18 @@ TEST_F(WindowLayer, ClientImagesTakeTheServersBitsPerPixel) {
   EXPECT_EQ(XImage_XY->data, XData_XY);
 }
 
+TEST_F(WindowLayer, ProtocolErrorsAreReportedAndTheProgramGoesOn) {
+  Captured c = capture_output([] {
+    XFreePixmap(XConnection, (Pixmap)0x7ffffff0);
+    XSync(XConnection, False);
+  });
+  EXPECT_EQ(c.exit_status, -1);
+  EXPECT_EQ(c.err.rfind("X error: BadPixmap", 0), 0u) << c.err;
+  EXPECT_NE(c.err.find("resource 0x7ffffff0"), std::string::npos) << c.err;
+  // The connection is still usable.
+  EXPECT_EQ(pixel_at(XWindow_image, 5, 5), 0x005F5Fu);
+}
+
 TEST_F(WindowLayer, TitleShowsZoomAndMap) {
   char *name = nullptr;
   XFetchName(XConnection, XWindow_image, &name);
