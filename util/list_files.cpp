@@ -96,8 +96,6 @@ void copy_name(char *destination, const std::string &name) {
   snprintf(destination, ZOR_LINE, "%s", name.c_str());
 }
 
-int shown_n3d() { return mosaic.stack ? mosaic.stack->n3d : 0; }
-
 // Walks a list file and hands every entry to `add`. Returns 0 or 1.
 template <typename Add>
 int read_list(const char *list_file_name, list_kind kind, Add add) {
@@ -143,11 +141,9 @@ int read_overlay_list(const char *list_file_name) {
     node->npts = 0;
     node->active = 0;
     node->color = static_cast<int16_t>(overlay_list_color(e.color_name.c_str()));
-    int n3d = shown_n3d();
-    node->voxel = ipoint3d_vector(n3d);
-    node->weight = float_vector(n3d);
-    memset(node->voxel, 0, sizeof(IPOINT3D) * static_cast<size_t>(n3d));
-    memset(node->weight, 0, sizeof(float) * static_cast<size_t>(n3d));
+    // The reader gives the node storage for exactly what it reads.
+    node->voxel = nullptr;
+    node->weight = nullptr;
     node->next = nullptr;
     read_overlay_file(e.file_name.c_str(), node);
   });
