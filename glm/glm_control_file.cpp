@@ -244,7 +244,7 @@ void separate_abutting_stimuli(void) {
 int read_run_lines(FILE *fp) {
   char line[ZOR_LINE];
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (glm_line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     int irun = GLM_input.nruns;
     if (irun >= GLM_MAX_RUNS) {
       printf("Error: more than %d runs are listed in the control file.\n", GLM_MAX_RUNS);
@@ -287,7 +287,7 @@ int GLM_read_control_file(char *file_name, int notify) {
   char line[ZOR_LINE];
   int line_number = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (glm_line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     line_number++;
     int result = GLMInternal_decode_keyword(line);
     if (result < 0) {

@@ -422,7 +422,7 @@ int read_event_lines(FILE *fp, EventReader &r) {
   int header_next = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
     r.line_number++;
-    if (glm_line_is_blank(line)) {
+    if (is_blank_line(line)) {
       header_next = 1;
       continue;
     }

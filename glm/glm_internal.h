@@ -4,12 +4,6 @@
 
 #include <cstdio>
 
-// A line counts as blank when it holds nothing a number scan could start on.
-inline int glm_line_is_blank(const char *line) {
-  int value;
-  return sscanf(line, "%d", &value) == EOF;
-}
-
 // The largest shape parameter of a gamma event: up to it the shape's two
 // factors stay within range wherever the shape is not vanishingly small.
 constexpr float GLM_MAX_GAMMA_ALPHA = 100.0f;

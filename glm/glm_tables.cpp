@@ -14,26 +14,13 @@
 
 namespace {
 
-std::vector<std::string> words_of(const char *line) {
-  std::vector<std::string> words;
-  const char *p = line;
-  while (*p) {
-    while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' || *p == '\f') p++;
-    if (!*p) break;
-    const char *start = p;
-    while (*p && !(*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' || *p == '\f')) p++;
-    words.emplace_back(start, p - start);
-  }
-  return words;
-}
-
 int read_column_names(FILE *fp, const char *file_name, int irun) {
   char line[ZOR_LINE];
   if (!get_line_with_comment(fp, line, ZOR_LINE)) {
     printf("Error reading line %d of TABLE file %s\n", 1, file_name);
     return 1;
   }
-  std::vector<std::string> names = words_of(line);
+  std::vector<std::string> names = split_words(line);
   int ncolumns = (int)names.size();
   if (ncolumns > GLM_MAX_TABLE_COLUMNS) {
     printf("Error: the TABLE file %s has %d columns, more than the %d allowed.\n", file_name, ncolumns,
@@ -89,7 +76,7 @@ int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
   int ncolumns = GLM.table_ncolumns[irun];
   for (int t = 0; t < ntime; t++) {
     get_line_with_comment(fp, line, ZOR_LINE);
-    std::vector<std::string> words = words_of(line);
+    std::vector<std::string> words = split_words(line);
     for (int c = 0; c < ncolumns; c++) {
       if (c >= (int)words.size()) {
         printf("Error reading line %d of TABLE file %s\n", t + 2, file_name);

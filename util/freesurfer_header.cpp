@@ -37,12 +37,6 @@ float corner_distance(const float *values, int from, int to, int count) {
   return sqrtf(r * r + a * a + s * s);
 }
 
-bool line_is_blank(const char *line) {
-  for (const char *p = line; *p; p++)
-    if (*p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') return false;
-  return true;
-}
-
 bool file_exists(const std::string &name) {
   FILE *fp = fopen_regular(name.c_str(), "rb");
   if (!fp) return false;
@@ -101,7 +95,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   char line[ZOR_LINE];
   int line_number = 1;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     if (decode_freesurfer_header_keyword(line, header, values)) {
       printf("Error reading line %d of file '%s'\n", line_number, bhdr_name.c_str());
       fclose(fp);

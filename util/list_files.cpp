@@ -56,11 +56,6 @@ bool next_word(const char **p, std::string *word) {
   return true;
 }
 
-bool is_blank(const char *line) {
-  std::string word;
-  return !next_word(&line, &word);
-}
-
 // One entry of a list line. Returns 0, or 1 after printing which field was
 // missing.
 struct list_entry {
@@ -107,7 +102,7 @@ int read_list(const char *list_file_name, list_kind kind, Add add) {
   char line[ZOR_LINE];
   int entry = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     entry++;
     list_entry e;
     if (parse_entry(line, entry, kind, &e)) {
