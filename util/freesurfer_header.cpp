@@ -105,21 +105,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   }
   fclose(fp);
 
-  // Negative counts are refused like missing ones: nothing could be read.
-  const int counts[4] = {header->dim.x, header->dim.y, header->dim.z, header->nt};
-  const char axes[4] = {'x', 'y', 'z', 't'};
-  for (int i = 0; i < 4; i++) {
-    if (counts[i] < 1) {
-      printf("Error: Value for %c dimension not found in header file '%s'\n", axes[i],
-             bhdr_name.c_str());
-      return 1;
-    }
-  }
-  if (static_cast<long long>(header->dim.x) * header->dim.y * header->dim.z > 0x7fffffffLL) {
-    printf("Error: the volume of %d x %d x %d voxels in file %s is too large.\n", header->dim.x,
-           header->dim.y, header->dim.z, bhdr_name.c_str());
-    return 1;
-  }
+  if (check_volume_dimensions(header, bhdr_name.c_str())) return 1;
   header->resolution.x = corner_distance(values, FS_TOP_LEFT, FS_TOP_RIGHT, header->dim.x);
   header->resolution.y = corner_distance(values, FS_TOP_RIGHT, FS_BOTTOM_RIGHT, header->dim.y);
 

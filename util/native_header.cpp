@@ -240,16 +240,7 @@ int read_vistrel_header(const char *file_name, XD_HEADER *header) {
   }
   fclose(fp);
 
-  const struct {
-    int value;
-    const char *axis;
-  } required[] = {{header->dim.x, "x"}, {header->dim.y, "y"}, {header->dim.z, "z"}, {header->nt, "t"}};
-  for (const auto &r : required) {
-    if (r.value == 0) {
-      printf("Error: Value for %s dimension not found in header file '%s'\n", r.axis, header_name);
-      return 1;
-    }
-  }
+  if (check_volume_dimensions(header, header_name)) return 1;
 
   header->ijk_to_xyz = scale_and_shift_to_mat44(header->resolution, header->origin, header->direction);
   return 0;
