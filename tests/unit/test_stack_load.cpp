@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -429,6 +430,94 @@ TEST_F(StackLoad, NotANumberResolutionMatchesItselfButNotANumber) {
                                "doesn't match previous resolution (1,1,1)\n"),
             std::string::npos)
       << r.printed.out;
+}
+
+TEST_F(StackLoad, MappedAndOneByOneReadingAgreeOverRandomFiles) {
+  // A file of several volumes is converted from the mapped file, a file of
+  // one volume by the reader's own loop: over random bytes of every storage
+  // type, scalings, data offsets and byte orders, both give the same floats
+  // bit for bit.
+  std::mt19937 random(13);
+  auto below = [&](int n) { return (int)(random() % (unsigned)n); };
+  const struct {
+    int16_t datatype;
+    int bytes;
+    const char *storage;  // native storage word, or null where the native format has none
+    const char *extension;
+  } kinds[] = {{2, 1, "unsigned-char", "img8"}, {4, 2, "short", "bshort"}, {512, 2, "unsigned-short", "ushort"},
+               {8, 4, "long", "blong"},         {16, 4, "float", "bfloat"}, {64, 8, nullptr, "bdouble"}};
+  const float slopes[] = {0.0f, 1.0f, 0.37f, -2.5f, 1.0e-3f, NAN};
+  int compared = 0;
+  for (int trial = 0; trial < 48; trial++) {
+    const auto &kind = kinds[trial % 6];
+    const bool native = trial % 12 >= 6;
+    if (native && !kind.storage && std::string(kind.extension) != "bdouble") continue;
+    const IPOINT3D dim{1 + below(9), 1 + below(7), 1 + below(5)};
+    const int nt = 2 + below(4);
+    const size_t volume_bytes = (size_t)dim.x * dim.y * dim.z * kind.bytes;
+    std::vector<unsigned char> bytes(volume_bytes * nt);
+    for (unsigned char &b : bytes) b = (unsigned char)random();
+
+    std::vector<std::string> singles;
+    std::string whole;
+    if (native) {
+      const int order = below(2) ? machine_byte_order() : 1 - machine_byte_order();
+      auto header = [&](int count) {
+        return "x " + std::to_string(dim.x) + "\ny " + std::to_string(dim.y) + "\nz " + std::to_string(dim.z) +
+               "\nt " + std::to_string(count) + "\nbyte-order " + std::to_string(order) + "\n" +
+               (kind.storage ? std::string("storage-type ") + kind.storage + "\n" : std::string());
+      };
+      write_text_file(dir, "whole.hdr", header(nt));
+      whole = write_binary_file(dir, std::string("whole.") + kind.extension, bytes.data(), bytes.size());
+      for (int t = 0; t < nt; t++) {
+        const std::string stem = "one" + std::to_string(t);
+        write_text_file(dir, stem + ".hdr", header(1));
+        singles.push_back(write_binary_file(dir, stem + "." + kind.extension, bytes.data() + t * volume_bytes,
+                                            volume_bytes));
+      }
+    } else {
+      NiftiFields s;
+      s.datatype = kind.datatype;
+      s.dim[0] = 4;
+      s.dim[1] = (int16_t)dim.x;
+      s.dim[2] = (int16_t)dim.y;
+      s.dim[3] = (int16_t)dim.z;
+      s.scl_slope = slopes[below(6)];
+      s.scl_inter = below(2) ? 0.0f : 12.5f;
+      s.vox_offset = (float)(352 + below(9));  // odd offsets leave mapped values unaligned
+      s.after_header.assign((size_t)s.vox_offset - 348, 0);
+      s.dim[4] = (int16_t)nt;
+      whole = write("whole.nii", s, bytes.data(), bytes.size());
+      s.dim[4] = 1;
+      for (int t = 0; t < nt; t++)
+        singles.push_back(write("one" + std::to_string(t) + ".nii", s, bytes.data() + t * volume_bytes, volume_bytes));
+    }
+    SCOPED_TRACE(std::string(native ? "native " : "nifti ") + kind.extension + " trial " + std::to_string(trial));
+
+    TestFileList one_file;
+    one_file.add(whole);
+    SetUp();
+    LoadResult r = load_stack(&image_stack, &one_file.head);
+    ASSERT_EQ(r.result, 0) << r.printed.out;
+    const size_t n3d = (size_t)image_stack.n3d;
+    std::vector<float> mapped;
+    for (int t = 0; t < nt; t++) mapped.insert(mapped.end(), image_stack.Volume[t], image_stack.Volume[t] + n3d);
+    TearDown();
+
+    TestFileList files;
+    for (const std::string &name : singles) files.add(name);
+    SetUp();
+    r = load_stack(&image_stack, &files.head);
+    ASSERT_EQ(r.result, 0) << r.printed.out;
+    ASSERT_EQ((size_t)image_stack.n3d, n3d);
+    int differences = 0;
+    for (int t = 0; t < nt; t++)
+      differences += memcmp(image_stack.Volume[t], mapped.data() + t * n3d, n3d * sizeof(float)) != 0;
+    EXPECT_EQ(differences, 0);
+    TearDown();
+    compared++;
+  }
+  EXPECT_GE(compared, 40);
 }
 
 TEST_F(StackLoad, ByteSwappedHeaderLeavesVoxelsInTheFileOrder) {
