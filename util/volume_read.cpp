@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -62,6 +63,22 @@ void swap_bytes_32(void *data, long count) {
 template <typename T>
 void convert(const T *__restrict raw, float *__restrict out, long count) {
   for (long i = 0; i < count; i++) out[i] = static_cast<float>(raw[i]);
+}
+
+// Doubles beyond float's range become infinite or the largest float, as
+// rounding to nearest gives them, without the conversion the language
+// leaves undefined for them.
+inline float double_to_float(double v) {
+  const double halfway = (double)FLT_MAX + 0x1p103;  // half a step above the largest float
+  if (v >= halfway) return INFINITY;
+  if (v <= -halfway) return -INFINITY;
+  if (v > (double)FLT_MAX) return FLT_MAX;
+  if (v < -(double)FLT_MAX) return -FLT_MAX;
+  return static_cast<float>(v);
+}
+
+void convert(const double *__restrict raw, float *__restrict out, long count) {
+  for (long i = 0; i < count; i++) out[i] = double_to_float(raw[i]);
 }
 
 // The same with slope and offset applied on the way, in the same float
@@ -258,22 +275,17 @@ void convert_mapped_volume(const unsigned char *src, const XD_HEADER &header, bo
     if (swap) swap_bytes_32(target, npts);
     return;
   }
-  if (swap && bytes > 1) {
+  // A data offset that is no multiple of the value size leaves the mapped
+  // values unaligned: they are copied first, as swapped ones are.
+  const bool misaligned = bytes > 1 && reinterpret_cast<uintptr_t>(src) % (uintptr_t)bytes != 0;
+  if ((swap || misaligned) && bytes > 1) {
     memcpy(raw, src, (size_t)npts * (size_t)bytes);
-    if (bytes == 2)
-      swap_bytes_16(raw, npts);
-    else if (bytes == 4)
-      swap_bytes_32(raw, npts);
-    else
-      swap_bytes_64(raw, npts);
+    if (swap && bytes == 2) swap_bytes_16(raw, npts);
+    if (swap && bytes == 4) swap_bytes_32(raw, npts);
+    if (swap && bytes == 8) swap_bytes_64(raw, npts);
     stored = raw;
   }
   if (header.storage_type == BDOUBLE) {
-    if (!swap && reinterpret_cast<uintptr_t>(src) % alignof(double) != 0) {
-      // An odd data offset leaves the mapped doubles unaligned.
-      memcpy(raw, src, (size_t)npts * (size_t)bytes);
-      stored = raw;
-    }
     convert(static_cast<const double *>(stored), target, npts);
     return;
   }
@@ -333,7 +345,7 @@ bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
       for (; printed < nt; printed++) show_progress(name, printed, nt);
   };
   const bool two = std::thread::hardware_concurrency() > 1;
-  const bool need_raw = swap || header.storage_type == BDOUBLE;
+  const bool need_raw = swap || offset % bytes != 0;
   std::vector<char> raw_main(need_raw ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
   if (two) {
     // This thread reports: each line once, in order, as the volumes are

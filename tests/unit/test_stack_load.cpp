@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -317,7 +318,7 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
   const std::vector<uint16_t> u16 = {0, 1, 32768, 65535, 40000, 2, 3, 4};
   const std::vector<int32_t> i32 = {-2147483647 - 1, -1, 0, 1, 2147483647, 16777217, -5, 6};
   const std::vector<float> f32 = {-1.5f, 0, 1e-30f, 3.25f, 1e30f, -0.0f, 7, 8};
-  const std::vector<double> f64 = {1.5, -2.25, 0.1, 16777217.0, 1e39, -0.0, 1e-300, -8};
+  const std::vector<double> f64 = {1.5, -2.25, 0.1, 16777217.0, 1e39, -0.0, 1e-300, -3.4028235e38 - 1e30};
   const Case cases[] = {
       {2, u8, {0, 1, 127, 128, 200, 255, 3, 4}},
       {4, bytes_of(i16), {-32768, -1, 0, 1, 32767, 12, -12, 5}},
@@ -325,7 +326,7 @@ TEST_F(StackLoad, EveryStorageTypeConverts) {
       {8, bytes_of(i32), {-2147483648.0f, -1, 0, 1, 2147483648.0f, 16777216.0f, -5, 6}},
       {16, bytes_of(f32), {-1.5f, 0, 1e-30f, 3.25f, 1e30f, -0.0f, 7, 8}},
       // Doubles are rounded to float: beyond float's range they are infinite.
-      {64, bytes_of(f64), {1.5f, -2.25f, 0.1f, 16777216.0f, INFINITY, -0.0f, 0.0f, -8.0f}},
+      {64, bytes_of(f64), {1.5f, -2.25f, 0.1f, 16777216.0f, INFINITY, -0.0f, 0.0f, -FLT_MAX}},
   };
   for (const Case &c : cases) {
     SetUp();
