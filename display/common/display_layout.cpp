@@ -184,7 +184,7 @@ static void choose_panel_grid(void) {
   if (panels.x != 0 && panels.z == save_DimPanelsZ) {
     // Keep the user's column count; enough rows to hold the panels.
     int y = panels.z;
-    while (y > 1 && (y - 1) * panels.x >= panels.z) y--;
+    while (y > 1 && (int64_t)(y - 1) * panels.x >= panels.z) y--;
     panels.y = y;
   } else {
     automatically_set_panels(panels.z, &panels.x, &panels.y);
@@ -242,7 +242,7 @@ void compute_display_size(IPOINT2D *RoughDisplaySize, float PixelScale) {
 
 void set_bottom_strip_widths(void) {
   const IPOINT2D &R = mosaic.ImageRegionPixels;
-  int full_width = R.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1);
+  int full_width = clip_to_int((int64_t)R.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1));
   lPixelsX_ImageInfoArea = std::min(R.x - 1, 300);
   lXBottomMenu = lPixelsX_ImageInfoArea;
   lPixelsX_BottomMenu = std::max(full_width - lXBottomMenu, 1);
