@@ -76,7 +76,7 @@ TEST(Allocators, ByteCountsAreSixtyFourBit) {
   free_char_vector(c);
   // Counts whose byte size does not fit 64 bits, or that are negative.
   expect_fatal([] { float_vector_long(-1); }, "Allocation error in float_vector().");
-  expect_fatal([] { float_vector_long(INT64_MAX / 2); }, "Allocation error in float_vector().");
+  expect_fatal([] { float_vector_long(INT64_MAX); }, "Allocation error in float_vector().");
   expect_fatal([] { char_vector_long(-1); }, "Allocation error in char_vector().");
 }
 
