@@ -17,5 +17,7 @@
 #include "zor_atomic_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
+#include "zor_curve_fit.h"
+#include "zor_align.h"
 
 #endif
