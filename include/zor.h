@@ -19,5 +19,6 @@
 #include "zor_glm.h"
 #include "zor_curve_fit.h"
 #include "zor_align.h"
+#include "zor_fit.h"
 
 #endif
