@@ -31,4 +31,17 @@ void fit_release_arrays(void);
 // Whether the type is one of the three tensor fits.
 inline int fit_is_tensor(int type) { return type == 1 || type == 2 || type == 3; }
 
+// The general model's passes for the seven-column tensor design, side by
+// side but with every result the same as the model's own routines give:
+// the normal matrix inverted, the weighted pseudo-inverse, and a fit that
+// sets Beta and Sem as GeneralFitGLM does (data must not be fit).
+void fit_tensor_normal_inverse(int nt, float **X, const float *weights, float **N);
+void fit_tensor_weighted_pinv(int nt, float **X, const float *weights, float **Ninv, float **Pinv);
+int fit_tensor_general_fit(int npoints, const float *data, float *fit);
+
+// y = log(x) for x above 0, and v = exp(v) in place, value by value, each
+// within two units in the last place; for whole curves of the tensor fits.
+void fit_log_values(int n, const float *x, float *y);
+void fit_exp_values(int n, float *v);
+
 #endif

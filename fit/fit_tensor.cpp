@@ -3,8 +3,10 @@
 // axial and radial diffusivity, anisotropies, principal vector).
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
+#include "fit_internal.h"
 #include "zor_curve_fit.h"
 #include "zor_exit.h"
 #include "zor_fit.h"
@@ -18,6 +20,8 @@ struct tensor_scratch {
   std::vector<float> design, log_curve, weight;
   std::vector<float *> rows;
   std::vector<double> x, y;
+  float normal[7 * 7];
+  float *normal_rows[7];
 };
 thread_local tensor_scratch scratch;
 
@@ -30,14 +34,14 @@ bool log_curve(int npoints, const float *ydata) {
       for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
       return false;
     }
-    scratch.log_curve[j] = std::log(ydata[j]);
   }
+  fit_log_values(npoints, ydata, scratch.log_curve.data());
   return true;
 }
 
 // The linear fit's results on the log curve, fit turned back into signal.
 void linear_results(int npoints, float *fit, double *p, double *diag_sem, double *doff_sem) {
-  for (int j = 0; j < npoints; j++) fit[j] = std::exp(fit[j]);
+  fit_exp_values(npoints, fit);
   p[0] = std::exp((double)GeneralGLM.Beta[0]);
   for (int c = 1; c < 7; c++) p[c] = GeneralGLM.Beta[c];
   *diag_sem = ((double)GeneralGLM.Sem[1] + GeneralGLM.Sem[2] + GeneralGLM.Sem[3]) / 3.0;
@@ -56,7 +60,10 @@ inline void point_of_table(int j, double *x, double *y, double *z, double *b) {
 
 }  // namespace
 
-int FIT_define_DTI_basis_functions(int ntime, float *weight) {
+namespace {
+
+// The design of the table into the scratch rows.
+void build_design(int ntime) {
   if (ntime != FIT.ntime) {
     puts("Programming error 1 in FIT_define_DTI_basis_functions(");
     zor_exit(1);
@@ -76,6 +83,20 @@ int FIT_define_DTI_basis_functions(int ntime, float *weight) {
     row[5] = -2.0f * x * z * b;
     row[6] = -2.0f * y * z * b;
   }
+}
+
+// Whether the model in force was defined on this very design.
+bool design_in_force(int ntime) {
+  if (GeneralGLM.nt != ntime || GeneralGLM.ncoeff != 7 || !GeneralGLM.X || !GeneralGLM.Pinv) return false;
+  for (int j = 0; j < ntime; j++)
+    if (memcmp(GeneralGLM.X[j], scratch.rows[j], 7 * sizeof(float))) return false;
+  return true;
+}
+
+}  // namespace
+
+int FIT_define_DTI_basis_functions(int ntime, float *weight) {
+  build_design(ntime);
   return GeneralDefineGLM(7, ntime, weight, scratch.rows.data());
 }
 
@@ -121,7 +142,7 @@ void FITInternal_SetDTIOutputParameters(double S0, double Dxx, double Dyy, doubl
 
 int FIT_DTI_linear_OLS(int npoints, float *ydata, float *fit) {
   if (!log_curve(npoints, ydata)) return 0;
-  if (GeneralFitGLM(npoints, scratch.log_curve.data(), fit)) return 1;
+  if (fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit)) return 1;
   double p[7], diag_sem, doff_sem;
   linear_results(npoints, fit, p, &diag_sem, &doff_sem);
   FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
@@ -132,9 +153,20 @@ int FIT_DTI_linear_WLS(int npoints, float *ydata, float *fit) {
   if (!log_curve(npoints, ydata)) return 0;
   scratch.weight.resize(npoints);
   for (int j = 0; j < npoints; j++) scratch.weight[j] = ydata[j] * ydata[j];
-  // The design keeps this curve's weights until the next one.
-  const int defined = FIT_define_DTI_basis_functions(npoints, scratch.weight.data());
-  const int fitted = GeneralFitGLM(npoints, scratch.log_curve.data(), fit);
+  // The design keeps this curve's weights until the next one. When the
+  // model in force already has this design, only its weighted
+  // pseudo-inverse is worked out again, by the steps of a new definition:
+  // the design, its unweighted inverse and so the results are the same.
+  int defined = 0;
+  build_design(npoints);
+  if (design_in_force(npoints)) {
+    for (int c = 0; c < 7; c++) scratch.normal_rows[c] = &scratch.normal[c * 7];
+    fit_tensor_normal_inverse(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows);
+    fit_tensor_weighted_pinv(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows, GeneralGLM.Pinv);
+  } else {
+    defined = GeneralDefineGLM(7, npoints, scratch.weight.data(), scratch.rows.data());
+  }
+  const int fitted = fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit);
   if (defined & fitted) return 1;
   double p[7], diag_sem, doff_sem;
   linear_results(npoints, fit, p, &diag_sem, &doff_sem);
@@ -152,7 +184,7 @@ double FIT_func_DTI_nonlinear(double x, double *p) {
 
 int FIT_DTI_nonlinear(int npoints, float *ydata, float *fit) {
   if (!log_curve(npoints, ydata)) return 0;
-  if (GeneralFitGLM(npoints, scratch.log_curve.data(), fit)) return 1;
+  if (fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit)) return 1;
   double p[7], diag_sem, doff_sem;
   linear_results(npoints, fit, p, &diag_sem, &doff_sem);
 
