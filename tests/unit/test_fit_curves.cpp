@@ -271,6 +271,17 @@ TEST_F(CurveFits, NegativeSurvivalCurveScalesByItsSignedAmplitude) {
   for (int j = 0; j < 40; j++) EXPECT_NEAR(fit[j], y[j], 0.2);
 }
 
+TEST_F(CurveFits, SurvivalCurveWithANaNSampleEndsWithoutHanging) {
+  set_fit_engine("survival-3", 40);
+  std::vector<float> y = survival_curve(40, 100.0, 0.0, 0.2), fit(40);
+  y[30] = std::numeric_limits<float>::quiet_NaN();
+  float chi2;
+  // The residuals are NaN from the start: the minimiser stops at its call
+  // limit and the fit gives what it has, without a crash or an endless loop.
+  EXPECT_EQ(FIT_data(40, y.data(), fit.data(), &chi2), 0);
+  EXPECT_TRUE(std::isnan(chi2));
+}
+
 // FDG.
 
 TEST_F(CurveFits, FdgPolynomialOfAnExactCurve) {
