@@ -26,7 +26,7 @@ constexpr FIT_INPUT initial_input() {
 
 }  // namespace
 
-thread_local fit_struct FIT = initial_fit();
+__thread fit_struct FIT = initial_fit();
 FIT_INPUT FIT_input = initial_input();
 IPOINT3D ReverseBDirection;
 

@@ -57,7 +57,9 @@ struct fit_struct {
 // Each thread has its own FIT and its own linear model, so that several
 // threads may fit curves at once (FIT_fit_voxels). Everything else reads
 // and writes the calling thread's copy, which for the viewer is the one.
-extern thread_local fit_struct FIT;
+// (__thread, not thread_local: the record has no dynamic initialisation,
+// so no wrapper call is needed to reach it.)
+extern __thread fit_struct FIT;
 extern FIT_INPUT FIT_input;
 extern IPOINT3D ReverseBDirection;
 

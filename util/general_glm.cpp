@@ -8,7 +8,7 @@
 #include "zor_exit.h"
 #include "zor_linear_models.h"
 
-thread_local general_glm_record GeneralGLM;
+__thread general_glm_record GeneralGLM;
 
 namespace {
 
