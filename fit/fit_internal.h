@@ -39,8 +39,8 @@ void fit_tensor_normal_inverse(int nt, float **X, const float *weights, float **
 void fit_tensor_weighted_pinv(int nt, float **X, const float *weights, float **Ninv, float **Pinv);
 int fit_tensor_general_fit(int npoints, const float *data, float *fit);
 
-// y = log(x) for x above 0, and v = exp(v) in place, value by value, each
-// within two units in the last place; for whole curves of the tensor fits.
+// y = log(x) for x above 0, and v = exp(v) in place, value by value, each the
+// library's double result rounded to float; for whole curves of the tensor fits.
 void fit_log_values(int n, const float *x, float *y);
 void fit_exp_values(int n, float *v);
 
