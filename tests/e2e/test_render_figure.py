@@ -121,7 +121,7 @@ class Figure(e2e.ViewerTestCase):
                                  ["--zoom", "2", "--slices", "1,2", "-x", "2", "--interpolate"],
                                  keys=["ctrl+i"])
 
-    def test_region_and_wire_as_the_window_draws_them(self):
+    def test_region_wire_and_thresholds_as_the_window_draws_them(self):
         # The viewer shows a region or a wire once the user picks it; the
         # picture harness opens the same window with them already shown.
         region = os.path.join(self.work, "r.ovl")
@@ -132,7 +132,7 @@ class Figure(e2e.ViewerTestCase):
             f.write("2 2 1 3\n4 8 1 1\n10 8 1 1\n12 2 1 0\n3 12 2 1\n9 17 2 1\n15 12 2 1\n20 3 2 1\n")
         for zoom in (1, 3, 4):
             argv = kit.harness_argv(self.work, SHAPE, kit.volume(SHAPE, value),
-                                    ["-z", zoom, "-o", region, "-w", wire],
+                                    ["-z", zoom, "-o", region, "-w", wire, "-lo", LOW, "-hi", HIGH],
                                     map_values=kit.volume(SHAPE, map_value))
             v = self.run_viewer(argv)
             w = v.window(r"zorview \(zoom = %d\).*" % zoom)
@@ -140,7 +140,8 @@ class Figure(e2e.ViewerTestCase):
             img = v.capture(w)
             v.close()
             r, png = render(self.work, self.files() + ["--zoom", str(zoom), "--region", region,
-                                                       "--wire", wire])
+                                                       "--wire", wire, "--map-threshold",
+                                                       "%g,%g" % (LOW, HIGH)])
             self.assertEqual(r.returncode, 0, r.stdout.decode() + r.stderr.decode())
             picture = png_pixels(png)
             self.assertGreater(int((picture == kit.rgb(0, 255, 0)).sum()), 20)

@@ -93,6 +93,23 @@ class RenderInput(unittest.TestCase):
             self.assertGreater(len(cyan), 5)
             self.assertTrue(all(left <= x < 2 * left for x, y in cyan), cyan)
 
+    def test_volume_picks_the_time_point(self):
+        run = e2e.write_nifti(os.path.join(self.work, "run.nii"), SHAPE + (3,),
+                              values=lambda x, y, z, t: float((x, 15 - x, (x % 4) * 5)[t]))
+        levels = []
+        for t in range(3):
+            status, out = render(self.work, [run, "--zoom", "1", "--volume", str(t), "--out", self.out])
+            self.assertEqual(status, 0, out)
+            with Image.open(self.out) as im:
+                levels.append(im.getpixel((2, 1 + 11))[0])
+        # Voxel (1, 0, 0) holds 1 of 0..15, 14 of 0..15 and 5 of 0..15.
+        self.assertEqual(len(levels), 3)
+        for level, v in zip(levels, (1, 14, 5)):
+            self.assertAlmostEqual(level, v * 255.0 / 15.0, delta=1.0)
+        status, out = render(self.work, [run, "--volume", "3", "--out", self.out])
+        self.assertEqual(status, 1)
+        self.assertIn("Error: --volume 3: the images have 3 time points (0 to 2)", out)
+
     def test_a_failed_run_keeps_an_earlier_figure(self):
         with open(self.out, "wb") as f:
             f.write(b"earlier figure")
