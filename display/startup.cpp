@@ -14,6 +14,7 @@
 
 char program_name[1024] = "zorview";
 zorview_options startup_options;
+int (*zorview_after_loading)(void) = nullptr;
 
 void zorview_startup_reset(void) {
   zorview_options &o = startup_options;
@@ -132,6 +133,10 @@ int zorview_main(int argc, char **argv) {
   // 17. A stack without a time step counts in units of one.
   if (graph.time_model == 2) mosaic.stack->resolution_t = 0.5f;
   if (mosaic.stack->resolution_t == 0.0f) mosaic.stack->resolution_t = 1.0f;
+
+  // A program without windows (the figure renderer) takes over here, with
+  // everything loaded and set as the viewer would have it.
+  if (zorview_after_loading) zor_exit(zorview_after_loading());
 
   // 18. The windows and the first picture.
   initialize_XWindows();

@@ -59,6 +59,9 @@ float activation_data_3d(IPOINT3D voxel);
 void rescale_image(int find_extrema);
 void rescale_image_settings(void);
 void rescale_image_reset(void);
+// The slope and offset from the gray window to levels 0..255, taken before
+// each composition.
+void update_gray_scale_factors(void);
 
 // Every pixel of a plane image (MOSAIC: panel of slice iXYZ), row by row,
 // `columns * zoom` wide and `rows * zoom` high.

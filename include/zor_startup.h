@@ -31,6 +31,11 @@ struct zorview_options {
 
 extern zorview_options startup_options;
 
+// When set, zorview_main ends with this function's status in place of
+// opening the windows: files, options, overlays and the display state are
+// then as the viewer would show them first.
+extern int (*zorview_after_loading)(void);
+
 // Sets the options to their defaults, empties the three file lists and the
 // three stacks, forgets the grid the first load fixed, and rewinds the option
 // scanner, so that main can run again in one process.

@@ -14,6 +14,10 @@ bash scripts/build.sh build
 
 program=build/zorview
 args=(-v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list)
+
+# A figure without any X server: the image window's picture as a PNG.
+build/zorrender "${args[@]}" --zoom 3 --out demo/figure.png >/dev/null
+echo "wrote demo/figure.png (zorrender, no X server needed)"
 echo "running: $program ${args[*]}"
 
 work=$(mktemp -d)

@@ -5,10 +5,10 @@ set -euo pipefail
 
 packages=(
   build-essential g++ cmake pkg-config
-  libx11-dev libfftw3-dev libnifti2-dev
+  libx11-dev libfftw3-dev libnifti2-dev libpng-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xdotool x11-apps x11-utils xfonts-base imagemagick
-  python3 python3-numpy python3-scipy python3-nibabel python3-dipy python3-statsmodels
+  python3 python3-numpy python3-scipy python3-nibabel python3-dipy python3-statsmodels python3-pil
   libopenblas0-pthread
 )
 

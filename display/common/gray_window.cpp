@@ -60,3 +60,8 @@ void rescale_image(int find_extrema) {
   // A histogram graph shows the gray window and follows it.
   if (graph.type == 0 && graph.space_model == 0) graph.update_regions |= 1;
 }
+
+void update_gray_scale_factors(void) {
+  image_scale_slope = 255.0f / (image_scale_max - image_scale_min);
+  image_scale_offset = 255.0f - image_scale_max * image_scale_slope;
+}

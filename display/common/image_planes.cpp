@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "zor_compose.h"
+#include "zor_picture.h"
 #include "zor_x11.h"
 
 namespace {
@@ -61,25 +62,20 @@ void make_image(int which_image, int iXYZ) {
     for (int x = 0; x < width; x++) XPutPixel(image, x, y, pixels[(size_t)width * y + x]);
 }
 
-void make_orthogonal_images(void) {
-  if (!shown_samples_exist()) return;
+std::vector<plane_place> shown_plane_places(void) {
+  std::vector<plane_place> places;
+  if (!shown_samples_exist()) return places;
   const int Z = mosaic.zoom_window;
-  const IPOINT3D &P = mosaic.PixelDim;
-  make_image(ORTHO_XY, 0);
-  put_plane(ORTHO_XY, Z, Z);
-  make_image(ORTHO_XZ, 0);
-  put_plane(ORTHO_XZ, Z, Z * (P.y + 2));
-  if (mosaic.display_ortho_ZY) {
-    make_image(ORTHO_ZY, 0);
-    put_plane(ORTHO_ZY, Z * (P.x + 2), Z);
-  } else {
-    make_image(ORTHO_YZ, 0);
-    put_plane(ORTHO_YZ, Z * (P.x + 2), Z * (P.y + 2));
+  if (mosaic.display_3orthogonal) {
+    const IPOINT3D &P = mosaic.PixelDim;
+    places.push_back({ORTHO_XY, 0, IPOINT2D{Z, Z}});
+    places.push_back({ORTHO_XZ, 0, IPOINT2D{Z, Z * (P.y + 2)}});
+    if (mosaic.display_ortho_ZY)
+      places.push_back({ORTHO_ZY, 0, IPOINT2D{Z * (P.x + 2), Z}});
+    else
+      places.push_back({ORTHO_YZ, 0, IPOINT2D{Z * (P.x + 2), Z * (P.y + 2)}});
+    return places;
   }
-}
-
-void make_mosaic_images(void) {
-  if (!shown_samples_exist()) return;
   const int slices = slices_along_display_axis();
   const int panels = mosaic.DimPanels.x * mosaic.DimPanels.y;
   int k = 0;
@@ -87,9 +83,22 @@ void make_mosaic_images(void) {
     if (!mosaic.display_slice[j]) continue;
     // Slices beyond the grid's panels are not placed.
     if (k >= panels) break;
-    make_image(MOSAIC, j);
-    IPOINT2D at = mosaic_panel_origin(k);
-    put_plane(mosaic.mosaic_orientation, at.x, at.y);
+    places.push_back({MOSAIC, j, mosaic_panel_origin(k)});
     k++;
+  }
+  return places;
+}
+
+void make_orthogonal_images(void) {
+  for (const plane_place &p : shown_plane_places()) {
+    make_image(p.which_image, p.iXYZ);
+    put_plane(p.which_image, p.at.x, p.at.y);
+  }
+}
+
+void make_mosaic_images(void) {
+  for (const plane_place &p : shown_plane_places()) {
+    make_image(p.which_image, p.iXYZ);
+    put_plane(mosaic.mosaic_orientation, p.at.x, p.at.y);
   }
 }

@@ -75,8 +75,7 @@ void Update_Regions(void) {
   double start = tracing ? event_trace_now_ms() : 0.0;
   int bits = mosaic.update_regions;
 
-  image_scale_slope = 255.0f / (image_scale_max - image_scale_min);
-  image_scale_offset = 255.0f - image_scale_max * image_scale_slope;
+  update_gray_scale_factors();
 
   if (bits & REGION_NEIGHBORS) create_neighborhoods();
   if (images_need_composing(bits)) {
