@@ -72,7 +72,8 @@ void action_key_w(void);  // write the region to ".ovl"
 
 // The region's volume in mm^3: the weight sum times the voxel size.
 float overlay_volume(void);
-// Forgets the drag in progress.
+// Forgets the drag in progress and releases the scratch volumes.
 void overlay_edit_reset(void);
+void overlay_scratch_reset(void);
 
 #endif

@@ -36,6 +36,7 @@ void show_volume_line(const char *first) {
 }  // namespace
 
 void overlay_edit_reset(void) {
+  overlay_scratch_reset();
   drawing_overlay = 0;
   corner_on = corner_off = IPOINT3D{0, 0, 0};
 }

@@ -30,34 +30,63 @@ bool inside(IPOINT3D v, IPOINT3D d) {
 
 int flat(IPOINT3D v, IPOINT3D d) { return v.x + d.x * (v.y + d.y * v.z); }
 
+// Scratch volumes kept between edits: a region tool is used again and
+// again on the same stack, and fresh memory of that size costs more to map
+// than the edit itself.
+std::vector<int16_t> scratch_binary, scratch_a, scratch_b;
+
+int16_t *scratch(std::vector<int16_t> &v, size_t n) {
+  if (v.size() < n) v.resize(n);
+  return v.data();
+}
+
 void clear_map(void) {
   const int n3d = mosaic.stack->n3d;
   memset(overlay_map.weight, 0, sizeof(float) * (size_t)n3d);
   memset(overlay_map.color, 0, sizeof(int16_t) * (size_t)n3d);
 }
 
-// Box of half-width r along one axis, on lines of `n` voxels `stride` apart:
-// OR (dilate) or AND (erode) of the voxels of the line inside the stack.
+// Box of half-width r along one axis: OR (dilate) or AND (erode) of the
+// voxels of the window inside the stack. The volume is taken as blocks of
+// `n` slices of `s` contiguous values (s = 1 along x, a row along y, a
+// plane along z), and a window count per value slides along the slices, so
+// that memory is read in order whatever the axis.
 void box_pass(int16_t *out, const int16_t *in, IPOINT3D d, int axis, int r, int dilate) {
   const int n = axis == 0 ? d.x : axis == 1 ? d.y : d.z;
-  const int stride = axis == 0 ? 1 : axis == 1 ? d.x : d.x * d.y;
-  const int n3d = d.x * d.y * d.z;
-  std::vector<int> prefix((size_t)n + 1);
-  for (int start = 0; start < n3d; start++) {
-    // Visit each line once, from its first voxel.
-    const int coord = axis == 0 ? start % d.x : axis == 1 ? (start / d.x) % d.y : start / (d.x * d.y);
-    if (coord != 0) continue;
-    prefix[0] = 0;
-    for (int i = 0; i < n; i++) prefix[i + 1] = prefix[i] + (in[start + i * stride] != 0);
+  const size_t s = axis == 0 ? 1 : axis == 1 ? (size_t)d.x : (size_t)d.x * d.y;
+  const size_t n3d = (size_t)d.x * d.y * d.z;
+  const size_t block = s * (size_t)n;
+  std::vector<int> count(s);
+  for (size_t base = 0; base < n3d; base += block) {
+    const int16_t *src = in + base;
+    int16_t *dst = out + base;
+    std::fill(count.begin(), count.end(), 0);
+    for (int k = 0; k <= std::min(r, n - 1); k++)
+      for (size_t j = 0; j < s; j++) count[j] += src[k * s + j] != 0;
     for (int i = 0; i < n; i++) {
-      const int lo = std::max(i - r, 0), hi = std::min(i + r, n - 1);
-      const int count = prefix[hi + 1] - prefix[lo];
-      out[start + i * stride] = dilate ? (int16_t)(count > 0) : (int16_t)(count == hi - lo + 1);
+      if (i > 0) {
+        if (i + r < n)
+          for (size_t j = 0; j < s; j++) count[j] += src[(i + r) * s + j] != 0;
+        if (i - r - 1 >= 0)
+          for (size_t j = 0; j < s; j++) count[j] -= src[(i - r - 1) * s + j] != 0;
+      }
+      const int width = std::min(i + r, n - 1) - std::max(i - r, 0) + 1;
+      int16_t *o = dst + (size_t)i * s;
+      if (dilate)
+        for (size_t j = 0; j < s; j++) o[j] = count[j] > 0;
+      else
+        for (size_t j = 0; j < s; j++) o[j] = count[j] == width;
     }
   }
 }
 
 }  // namespace
+
+void overlay_scratch_reset(void) {
+  std::vector<int16_t>().swap(scratch_binary);
+  std::vector<int16_t>().swap(scratch_a);
+  std::vector<int16_t>().swap(scratch_b);
+}
 
 void update_root_overlay(int set_name, int update_text) {
   ovl_root.npts = 0;
@@ -128,31 +157,42 @@ int grow_region_from_seed(IPOINT3D seed, const int16_t *binary) {
   const IPOINT3D d = shown_dim();
   clear_map();
   if (!inside(seed, d)) return 0;
-  overlay_map.weight[flat(seed, d)] = 1.0f;
   // Every voxel that joins touches the region, so the cube walk ends with
-  // the 26-connected part of `binary` next to the seed; a queue finds it.
-  std::vector<int> queue;
-  queue.push_back(flat(seed, d));
+  // the 26-connected part of `binary` next to the seed. It is found here by
+  // runs along x: each run joined looks at the nine rows around it, one
+  // voxel beyond its ends, and joins the runs it meets there.
+  struct Run {
+    int y, z, x0, x1;
+  };
+  float *w = overlay_map.weight;
+  int16_t *color = overlay_map.color;
+  const int16_t root_color = ovl_root.color;
+  auto row_of = [&](int y, int z) { return (size_t)d.x * ((size_t)y + (size_t)d.y * z); };
+  std::vector<Run> stack;
+  w[flat(seed, d)] = 1.0f;
+  stack.push_back(Run{seed.y, seed.z, seed.x, seed.x});
   int added = 0;
-  const int plane = d.x * d.y;
-  for (size_t head = 0; head < queue.size(); head++) {
-    const int i = queue[head];
-    const int x = i % d.x, y = (i / d.x) % d.y, z = i / plane;
-    for (int k = -1; k <= 1; k++) {
-      if (z + k < 0 || z + k >= d.z) continue;
-      for (int j = -1; j <= 1; j++) {
-        if (y + j < 0 || y + j >= d.y) continue;
-        for (int m = -1; m <= 1; m++) {
-          if (x + m < 0 || x + m >= d.x) continue;
-          const int n = i + m + j * d.x + k * plane;
-          if (overlay_map.weight[n] != 0.0f || !binary[n]) continue;
-          overlay_map.weight[n] = 1.0f;
-          overlay_map.color[n] = ovl_root.color;
-          queue.push_back(n);
-          added++;
+  while (!stack.empty()) {
+    const Run r = stack.back();
+    stack.pop_back();
+    for (int z = std::max(r.z - 1, 0); z <= std::min(r.z + 1, d.z - 1); z++)
+      for (int y = std::max(r.y - 1, 0); y <= std::min(r.y + 1, d.y - 1); y++) {
+        const size_t row = row_of(y, z);
+        const int end = std::min(r.x1 + 1, d.x - 1);
+        for (int x = std::max(r.x0 - 1, 0); x <= end; x++) {
+          if (w[row + x] != 0.0f || !binary[row + x]) continue;
+          int a = x, b = x;
+          while (a > 0 && w[row + a - 1] == 0.0f && binary[row + a - 1]) a--;
+          while (b < d.x - 1 && w[row + b + 1] == 0.0f && binary[row + b + 1]) b++;
+          for (int k = a; k <= b; k++) {
+            w[row + k] = 1.0f;
+            color[row + k] = root_color;
+          }
+          added += b - a + 1;
+          stack.push_back(Run{y, z, a, b});
+          x = b;
         }
       }
-    }
   }
   return added;
 }
@@ -168,13 +208,18 @@ int grow_activated_region(int distance) {
     fputs("Center voxel not activated; function canceled.\n", stdout);
     return -1;
   }
-  std::vector<int16_t> binary((size_t)n3d);
-  for (int i = 0; i < n3d; i++) binary[i] = sign * activation_data_1d(i) > low;
-  if (distance > 0) {
-    erode_dilate_binary(0, distance, n3d, binary.data());
-    erode_dilate_binary(1, distance, n3d, binary.data());
+  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
+  const float *values = activation.data_type == 1 ? activation.fSpaceMatrix : nullptr;
+  if (values) {
+    for (int i = 0; i < n3d; i++) binary[i] = sign * values[i] > low;
+  } else {
+    for (int i = 0; i < n3d; i++) binary[i] = sign * activation_data_1d(i) > low;
   }
-  grow_region_from_seed(mosaic.icross, binary.data());
+  if (distance > 0) {
+    erode_dilate_binary(0, distance, n3d, binary);
+    erode_dilate_binary(1, distance, n3d, binary);
+  }
+  grow_region_from_seed(mosaic.icross, binary);
   update_root_overlay(1, 1);
   return ovl_root.npts;
 }
@@ -201,23 +246,23 @@ void erode_dilate_binary(int dilate, int nrel, int n3d, int16_t *binary) {
   if (d.x * d.y * d.z != n3d) return;
   // The box restricted to the stack is a product of three intervals, so
   // the OR (AND) over it is taken one axis at a time.
-  std::vector<int16_t> a(binary, binary + n3d), b((size_t)n3d);
-  box_pass(b.data(), a.data(), d, 0, nrel, dilate);
-  box_pass(a.data(), b.data(), d, 1, nrel, dilate);
+  int16_t *a = scratch(scratch_a, (size_t)n3d), *b = scratch(scratch_b, (size_t)n3d);
+  box_pass(a, binary, d, 0, nrel, dilate);
   if (graph.ed_dimension == 3) {
-    box_pass(b.data(), a.data(), d, 2, nrel, dilate);
-    a.swap(b);
+    box_pass(b, a, d, 1, nrel, dilate);
+    box_pass(binary, b, d, 2, nrel, dilate);
+  } else {
+    box_pass(binary, a, d, 1, nrel, dilate);
   }
-  std::copy(a.begin(), a.end(), binary);
 }
 
 void action_erode_dilate_overlay(int dilate) {
   if (!have_stack() || ovl_root.npts == 0) return;
   const int n3d = mosaic.stack->n3d;
-  std::vector<int16_t> binary((size_t)n3d);
+  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
   for (int i = 0; i < n3d; i++) binary[i] = overlay_map.weight[i] != 0.0f;
   // The panel's distance is shown but the step is always one voxel.
-  erode_dilate_binary(dilate, 1, n3d, binary.data());
+  erode_dilate_binary(dilate, 1, n3d, binary);
   for (int i = 0; i < n3d; i++) {
     if (binary[i]) {
       overlay_map.weight[i] = 1.0f;
@@ -249,9 +294,9 @@ void action_cluster_overlay(void) {
   const IPOINT3D d = shown_dim();
   if (overlay_map.weight[flat(mosaic.icross, d)] == 0.0f) return;
   const int n3d = mosaic.stack->n3d;
-  std::vector<int16_t> binary((size_t)n3d);
+  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
   for (int i = 0; i < n3d; i++) binary[i] = overlay_map.weight[i] != 0.0f;
-  grow_region_from_seed(mosaic.icross, binary.data());
+  grow_region_from_seed(mosaic.icross, binary);
   update_root_overlay(1, 1);
 }
 
