@@ -20,8 +20,10 @@
 #include "zor_roi_files.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"
+#include "zor_regular_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
 #include "zor_rem.h"
+#include "zor_srtm.h"
 
 #endif
