@@ -25,5 +25,8 @@
 #include "zor_glm.h"
 #include "zor_rem.h"
 #include "zor_srtm.h"
+#include "zor_curve_fit.h"
+#include "zor_align.h"
+#include "zor_fit.h"
 
 #endif
