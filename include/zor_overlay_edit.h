@@ -70,6 +70,12 @@ void action_key_n(void);  // grow from a chosen activated voxel
 void action_key_r(void);  // read ".ovl" into the region
 void action_key_w(void);  // write the region to ".ovl"
 
+// The region items of the graph window's menus (selection by threshold,
+// above or below, the threshold, erode, dilate, distance, cluster,
+// flatten, dimension, keep inside, keep outside): acts on `field` and
+// returns 1, or returns 0 for any other item.
+int overlay_graph_text_selection(int field, int button);
+
 // The region's volume in mm^3: the weight sum times the voxel size.
 float overlay_volume(void);
 // Forgets the drag in progress and releases the scratch volumes.

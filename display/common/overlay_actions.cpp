@@ -192,3 +192,70 @@ void action_key_w(void) {
   show_volume_line(failed ? "writing .ovl failed" : "written to .ovl");
   fflush(stdout);
 }
+
+namespace {
+// Items of the graph window's menus that act on the region (their numbers
+// in the graph's list).
+enum {
+  GRAPH_ITEM_SELECT_IMAGE = 11,
+  GRAPH_ITEM_ABOVE_BELOW = 12,
+  GRAPH_ITEM_SELECT_THRESH = 13,
+  GRAPH_ITEM_ERODE = 14,
+  GRAPH_ITEM_DILATE = 15,
+  GRAPH_ITEM_ED_DISTANCE = 16,
+  GRAPH_ITEM_CLUSTER = 17,
+  GRAPH_ITEM_FLATTEN = 18,
+  GRAPH_ITEM_DIMENSION = 19,
+  GRAPH_ITEM_OVL_KEEP = 20,
+  GRAPH_ITEM_OVL_DISCARD = 21
+};
+
+void region_changed(void) {
+  mosaic.update_regions |= REGION_IMAGES;
+  graph.update_regions |= GRAPH_REBUILD;
+}
+}  // namespace
+
+int overlay_graph_text_selection(int field, int button) {
+  switch (field) {
+    case GRAPH_ITEM_SELECT_IMAGE:
+      action_select_above_below_threshold();
+      region_changed();
+      return 1;
+    case GRAPH_ITEM_ABOVE_BELOW: graph.select_above = !graph.select_above; return 1;
+    case GRAPH_ITEM_SELECT_THRESH: {
+      char answer[1024] = "";
+      float value;
+      if (get_X11_string(1, "Input intensity threshold", "", "", 0, 1, answer) &&
+          sscanf(answer, "%g", &value) == 1)
+        graph.hist_marker = value;
+      return 1;
+    }
+    case GRAPH_ITEM_ERODE:
+    case GRAPH_ITEM_DILATE:
+      action_erode_dilate_overlay(field == GRAPH_ITEM_DILATE);
+      region_changed();
+      return 1;
+    case GRAPH_ITEM_ED_DISTANCE:
+      graph.ed_distance += button == 1 ? 1 : -1;
+      if (graph.ed_distance > 3) graph.ed_distance = 1;
+      if (graph.ed_distance < 1) graph.ed_distance = 3;
+      return 1;
+    case GRAPH_ITEM_CLUSTER:
+      action_cluster_overlay();
+      region_changed();
+      return 1;
+    case GRAPH_ITEM_FLATTEN:
+      action_flatten_across_overlay();
+      rescale_image(1);
+      region_changed();
+      return 1;
+    case GRAPH_ITEM_DIMENSION: graph.ed_dimension = graph.ed_dimension == 3 ? 2 : 3; return 1;
+    case GRAPH_ITEM_OVL_KEEP:
+    case GRAPH_ITEM_OVL_DISCARD:
+      action_clip_using_overlay(field == GRAPH_ITEM_OVL_KEEP);
+      region_changed();
+      return 1;
+    default: return 0;
+  }
+}

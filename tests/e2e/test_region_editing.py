@@ -42,7 +42,7 @@ class RegionEditing(e2e.ViewerTestCase):
         if wrap:
             argv = wrap + argv
         v = self.run_viewer(argv)
-        w = v.window(r"zorview \(zoom = %d\)" % ZOOM)
+        w = v.window(r"zorview \(zoom = %d\).*" % ZOOM)
         v.wait_event("Expose")
         return v, w
 
@@ -133,6 +133,28 @@ class RegionEditing(e2e.ViewerTestCase):
         for t in range(1, shape[3]):
             px, py = scale.pixel(t, mean[t])
             self.assertEqual(img.pixel(px, py), gk.YELLOW, "time point %d" % t)
+
+    def test_n_and_a_click_grow_a_region_over_the_map(self):
+        block = {(x, y, z) for x in range(4, 7) for y in range(4, 7) for z in (1, 2)}
+        amap = e2e.write_nifti(os.path.join(self.work, "map.nii"), SHAPE,
+                               values=lambda x, y, z, t: 12.0 if (x, y, z) in block else 0.0)
+        v, w = self.start(options=["-a", amap])
+        mark = v.key(w, "n", x=1, y=1)
+        # The click on a voxel of the block, on slice 2, then no opening.
+        v.click(w, *centre(5, 5, 2))
+        self.assertEqual(v.wait_prompt(after=mark)["text"], "Erode & dilate?")
+        v.key(w, "n", x=1, y=1)
+        v.wait_event("KeyPress", after=mark)
+        v.wait_event("KeyPress", after=v.key(w, "w", x=1, y=1))
+        with open(os.path.join(self.work, ".ovl")) as f:
+            written = f.read()
+        want = sorted(block, key=lambda p: (p[2], p[1], p[0]))
+        self.assertEqual(written, "".join("%d %d %d\n" % p for p in want))
+        # A click away from the map cancels.
+        mark = v.key(w, "n", x=1, y=1)
+        v.click(w, 1, 1)
+        v.wait_event("KeyPress", after=mark)
+        self.assertTrue(v.running())
 
     def test_write_stopped_by_the_file_size_limit_keeps_the_old_file(self):
         shape = (64, 64, 4)

@@ -734,3 +734,35 @@ TEST_F(OverlayEditing, FlatteningWithoutRegionVoxelsFailsToInvert) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(OverlayEditing, GraphMenuItemsActOnTheRegion) {
+  set(1, 1, 1);
+  set(2, 1, 1);
+  update_root_overlay(1, 1);
+  graph.update_regions = 0;
+  EXPECT_EQ(overlay_graph_text_selection(15, 1), 1);  // dilate
+  EXPECT_EQ(ovl_root.npts, 4 * 3 * 3);
+  EXPECT_TRUE(graph.update_regions & GRAPH_REBUILD);
+  // Eroded: the block touches the stack's faces at x, y, z = 0, which do
+  // not erode, so x 0..2, y 0..1, z 0..1 stay.
+  EXPECT_EQ(overlay_graph_text_selection(14, 1), 1);
+  EXPECT_EQ(ovl_root.npts, 3 * 2 * 2);
+  EXPECT_EQ(overlay_graph_text_selection(16, 1), 1);
+  EXPECT_EQ(graph.ed_distance, 2);
+  overlay_graph_text_selection(16, 2);
+  overlay_graph_text_selection(16, 2);
+  EXPECT_EQ(graph.ed_distance, 3);  // 1 steps down to 3
+  overlay_graph_text_selection(19, 1);
+  EXPECT_EQ(graph.ed_dimension, 2);
+  overlay_graph_text_selection(12, 1);
+  EXPECT_EQ(graph.select_above, 0);
+  EXPECT_EQ(overlay_graph_text_selection(21, 1), 1);  // zero inside the region
+  EXPECT_FLOAT_EQ(image_stack.Volume[0][idx(1, 1, 1)], 0.0f);
+  EXPECT_FLOAT_EQ(image_stack.Volume[0][idx(3, 1, 1)], 113.0f);
+  EXPECT_EQ(overlay_graph_text_selection(10, 1), 0);
+  EXPECT_EQ(overlay_graph_text_selection(22, 1), 0);
+}
+
+}  // namespace
