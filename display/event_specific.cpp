@@ -4,6 +4,7 @@
 
 #include "zor_exit.h"
 #include "zor_graph.h"
+#include "zor_profile_fit.h"
 #include "zor_time_model.h"
 #include "zor_x11.h"
 
@@ -28,8 +29,7 @@ int graph_event_handler_specific(XEvent *event) {
   switch (key) {
     case 'F':
     case 'f':
-      // Fitting a point spread to a profile belongs to the curve-fitting
-      // tools; the profile is drawn again either way.
+      if (graph.type == 0 && graph.space_model != 0) action_fit_psf(key == 'F');
       build_graph_display(1);
       return 0;
     // Region tables are written by the result-table tools.

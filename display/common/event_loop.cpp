@@ -10,6 +10,7 @@
 #include "zor_colour.h"
 #include "zor_graph.h"
 #include "zor_event_trace.h"
+#include "zor_overlay_edit.h"
 #include "zor_x11.h"
 
 namespace {
@@ -200,11 +201,22 @@ static bool image_general_key(char key) {
     case 'g': action_bring_up_graph(); return true;
     case 'l': action_key_l(); return true;
     case 'L': action_key_L(); return true;
-    // Keys of the region and wire tools, help, p-value maps and region
-    // statistics: claimed here, so that they never reach the graph.
-    case '?': case 'h': case 'H': case 'c': case 'C': case 'd': case 'D': case 'F':
-    case 'f': case 'm': case 'M': case 'n': case 'N': case 'r': case 'R': case 'w':
-    case 'W': case 'P': case 'S': case 's':
+    // The region tools.
+    case 'c': action_key_c(); return true;
+    case 'd': action_key_d(); return true;
+    case 'm': action_key_m(); return true;
+    case 'n':
+      // Without a map shown, "n" draws wires.
+      if (activation.visible) action_key_n();
+      return true;
+    case 'r': action_key_r(); return true;
+    case 'w': action_key_w(); return true;
+    case 'S': write_roi_stats(1); fflush(stdout); return true;
+    case 's': write_roi_stats(0); fflush(stdout); return true;
+    // Keys of the wire tools, help and p-value maps: claimed here, so that
+    // they never reach the graph.
+    case '?': case 'h': case 'H': case 'C': case 'D': case 'F':
+    case 'f': case 'M': case 'N': case 'R': case 'W': case 'P':
       return true;
     default: return false;
   }

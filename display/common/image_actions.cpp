@@ -12,12 +12,16 @@
 #include "zor_float_int.h"
 #include "zor_graph.h"
 #include "zor_overlay.h"
+#include "zor_overlay_edit.h"
 #include "zor_x11.h"
 
 namespace {
 
 // Where button 1 went down, kept until the next press.
 int press_x = 0, press_y = 0;
+
+// Menu item that steps through the listed regions or wires.
+const int WHICH_OVL_WIRE_FIELD = 2;
 
 // Guard values of the contrast fractions in the step formulas.
 const float CONTRAST_TOP = 1.75f;
@@ -183,9 +187,9 @@ void action_key_return(void) { action_image_button1(0, 0, 0); }
 
 void action_image_button23(int press) {
   if (press) {
-    // Drawing a region on a voxel belongs to the region tools.
-    if (sel(CURSOR_ON_VOXEL)) return;
-    if (sel(CURSOR_ON_COLORBAR))
+    if (sel(CURSOR_ON_VOXEL))
+      action_image_draw_overlay(1);
+    else if (sel(CURSOR_ON_COLORBAR))
       action_ColorBar_button23();
     else if (sel(CURSOR_ON_RIGHT_PANEL))
       action_RightPanel_button23();
@@ -194,8 +198,12 @@ void action_image_button23(int press) {
     return;
   }
   if (sel(CURSOR_ON_VOXEL)) {
+    action_image_draw_overlay(-1);
     mosaic.update_regions |= REGION_MENUS;
     graph.update_regions |= GRAPH_MENUS;
+  } else {
+    // A drag let go off the data draws nothing.
+    drawing_overlay = 0;
   }
 }
 
@@ -217,6 +225,8 @@ void action_image_button5(void) { wheel(0); }
 
 void action_image_motion_notify(void) {
   mosaic.update_regions |= REGION_INFO_MOTION;
+  // A rectangle being drawn follows the pointer over the data.
+  if (drawing_overlay && sel(CURSOR_ON_VOXEL)) action_image_draw_overlay(0);
   // Without a cross-hair the time course follows the pointer.
   if (mosaic.display_crosshairs == 0 && sel(CURSOR_ON_VOXEL) && graph.type == 1 &&
       graph.size.x != 0 && ovl_root.npts == 0) {
@@ -259,15 +269,37 @@ void image_arrow(int up_down, int positive) {
       action_RightPanel_arrow_left_right(!positive);
     return;
   }
+  if (mosaic.text_selection == WHICH_OVL_WIRE_FIELD) {
+    action_step_overlay_list(positive, up_down ? 0 : 1);
+    return;
+  }
   if (sel(CURSOR_ON_VOXEL) && (mosaic.display_crosshairs || projection_graph())) {
     mosaic.update_regions |= REGION_CROSS;
     graph.update_regions |= GRAPH_MENUS;
     if (move_crosshair_in_plane(up_down, positive)) refill_graph_after_cross(0);
     return;
   }
-  // A cross-hair-less voxel with a region: moving the region belongs to the
-  // region tools.
-  if (sel(CURSOR_ON_VOXEL) && ovl_root.npts != 0) return;
+  // Without a cross-hair the arrows move the region, along the axes they
+  // would move the cross-hair.
+  if (sel(CURSOR_ON_VOXEL) && ovl_root.npts != 0) {
+    mosaic.update_regions |= REGION_IMAGES;
+    graph.update_regions |= GRAPH_MENUS;
+    int step = positive ? 1 : -1;
+    if (up_down) {
+      if (mosaic.flip_X11_y) step = -step;
+      if (sel(CURSOR_PLANE_XY | CURSOR_PLANE_ZY))
+        move_overlay_in_one_direction(1, step);
+      else if (sel(CURSOR_PLANE_XZ | CURSOR_PLANE_YZ))
+        move_overlay_in_one_direction(2, step);
+    } else if (sel(CURSOR_PLANE_XY | CURSOR_PLANE_XZ)) {
+      move_overlay_in_one_direction(0, step);
+    } else if (sel(CURSOR_PLANE_YZ)) {
+      move_overlay_in_one_direction(1, step);
+    } else if (sel(CURSOR_PLANE_ZY)) {
+      move_overlay_in_one_direction(2, step);
+    }
+    return;
+  }
   if (sel(CURSOR_ON_TEXT)) {
     action_image_text_selection(positive ? 1 : 0);
     return;
@@ -325,8 +357,20 @@ void action_image_arrow_in_out(int in) {
     }
     return;
   }
-  // Without a cross-hair, a region is moved by the region tools.
-  if (!mosaic.display_crosshairs) return;
+  // Without a cross-hair the region moves through the plane, +1 for out.
+  if (!mosaic.display_crosshairs) {
+    if (ovl_root.npts == 0) return;
+    mosaic.update_regions |= REGION_IMAGES | REGION_CROSS;
+    graph.update_regions |= GRAPH_MENUS;
+    const int out = in ? -1 : 1;
+    if (sel(CURSOR_PLANE_XY))
+      move_overlay_in_one_direction(2, out);
+    else if (sel(CURSOR_PLANE_ZY | CURSOR_PLANE_YZ))
+      move_overlay_in_one_direction(0, out);
+    else if (sel(CURSOR_PLANE_XZ))
+      move_overlay_in_one_direction(1, out);
+    return;
+  }
   mosaic.update_regions |= REGION_IMAGES | REGION_CROSS;
   graph.update_regions |= GRAPH_MENUS;
   const int step = in ? -1 : 1;
