@@ -28,5 +28,6 @@
 #include "zor_curve_fit.h"
 #include "zor_align.h"
 #include "zor_fit.h"
+#include "zor_picture.h"
 
 #endif
