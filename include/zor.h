@@ -17,5 +17,6 @@
 #include "zor_atomic_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
+#include "zor_time_model.h"
 
 #endif
