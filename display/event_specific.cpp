@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "zor_exit.h"
+#include "zor_graph.h"
+#include "zor_time_model.h"
 #include "zor_x11.h"
 
 int image_event_handler_specific(XEvent *event) {
@@ -24,14 +26,30 @@ int graph_event_handler_specific(XEvent *event) {
   char key;
   if (!get_key_press(&event->xkey, &key)) return 1;
   switch (key) {
-    // Fits of the point spread, region tables, range and units: the graph's
-    // own keys, acting once the graph draws.
-    case 'F': case 'f': case 'R': case 'r': case 'i': case 'l': case 'u': return 0;
+    case 'F':
+    case 'f':
+      // Fitting a point spread to a profile belongs to the curve-fitting
+      // tools; the profile is drawn again either way.
+      build_graph_display(1);
+      return 0;
+    // Region tables are written by the result-table tools.
+    case 'R':
+    case 'r': return 0;
+    case 'i':
+      build_graph_display(1);
+      return 0;
+    case 'l': action_display_last_time_point(); return 0;
+    case 'u': action_change_graph_units(); return 0;
     default: break;
   }
-  // No time-series model claims keys yet: the key acts on the image.
-  if (XWindow_graph != 0 && event->xany.window == XWindow_graph)
+  if (graph_event_handler_TimeSeriesModel(key)) return 0;
+  // A key the graph does not claim acts on the image. Its handler repaints
+  // what it asked for; nothing is left for this event's own repaint.
+  if (XWindow_graph != 0 && event->xany.window == XWindow_graph) {
     image_event_handler_general(event);
+    mosaic.update_regions = 0;
+    graph.update_regions = 0;
+  }
   return 0;
 }
 
@@ -69,9 +87,11 @@ void action_animate(void) {
       stop = stops_animation(event);
     }
     if (stop) break;
+    increment_graph_location(1);
     mosaic.update_regions |= REGION_IMAGES | REGION_INFO;
-    graph.update_regions |= 0x8;
+    graph.update_regions |= GRAPH_INFO;
     Update_Regions();
+    build_graph_display(0);
     XFlush(XConnection);
   }
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "zor_exit.h"
+#include "zor_float_int.h"
 #include "zor_glm.h"
 #include "zor_header.h"
 #include "zor_panels.h"
@@ -119,7 +120,7 @@ int define_GLM_TimeSeriesModel(int nflags, int *flags) {
 
 float get_GLM_xValue(int itime) { return (float)itime * GLM.tr[0]; }
 
-int get_GLM_xIndex(float time) { return (int)rintf(time / GLM.tr[0]); }
+int get_GLM_xIndex(float time) { return round_to_int(time / GLM.tr[0]); }
 
 void get_GLM_TimeSeriesModel_name(char *name) {
   if (graph.freq_domain)

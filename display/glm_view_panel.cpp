@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "graph_calls.h"
+#include "zor_graph.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
 #include "zor_overlay.h"

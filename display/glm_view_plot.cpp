@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "graph_calls.h"
+#include "zor_graph.h"
 #include "zor_glm.h"
 #include "zor_overlay.h"
 #include "zor_time_model.h"

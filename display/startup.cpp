@@ -38,6 +38,10 @@ void zorview_startup_reset(void) {
     memset(stack, 0, sizeof *stack);
   }
   read_SpaceTime_data_reset();
+  graph_reset();
+  graph_actions_reset();
+  image_actions_reset();
+  action_select_slices_reset();
   compute_display_size_reset();
   my_getopt_reset();
 }
@@ -60,6 +64,9 @@ int zorview_main(int argc, char **argv) {
   image_stack.nt = 0;
   anatomy_stack.nt = 0;
   activation_stack.nt = 0;
+  graph.freq_domain = 0;
+  graph.time_model = 0;
+  strcpy(ROI_file_name, ".roi");
 
   // 4. Options. Model control files would be read here, at once.
   parse_command_options(myargv, myargc);
@@ -119,12 +126,18 @@ int zorview_main(int argc, char **argv) {
   // 14. Wires, overlays and tracts named on the command line.
   load_startup_overlays();
 
-  // Next: the graph.
+  // 16. The graph record: no graph window yet.
+  initialize_graph();
+
+  // 17. A stack without a time step counts in units of one.
+  if (graph.time_model == 2) mosaic.stack->resolution_t = 0.5f;
+  if (mosaic.stack->resolution_t == 0.0f) mosaic.stack->resolution_t = 1.0f;
 
   // 18. The windows and the first picture.
   initialize_XWindows();
   rescale_image(1);
   update_XWindow_image(1);
+  fill_graph_vector();
   graph.update_regions |= 1;
   mosaic.update_regions = 1;
   Update_Regions();

@@ -6,8 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "graph_calls.h"
+#include "zor_graph.h"
 #include "zor_exit.h"
+#include "zor_float_int.h"
 #include "zor_glm.h"
 #include "zor_time_model.h"
 
@@ -70,7 +71,7 @@ float get_TimeSeriesModel_xValue(int itime) {
 
 int get_TimeSeriesModel_xIndex(float time) {
   if (is_glm()) return get_GLM_xIndex(time);
-  return (int)time;
+  return truncate_to_int(time);
 }
 
 void plot_TimeSeriesModel(void) {

@@ -17,6 +17,10 @@
 #include "zor_atomic_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
+#include "zor_float_int.h"
+#include "zor_graph.h"
+#include "zor_actions.h"
 #include "zor_time_model.h"
+#include "zor_roi_files.h"
 
 #endif

@@ -6,7 +6,9 @@
 #include <X11/keysym.h>
 #include <cstdio>
 
+#include "zor_actions.h"
 #include "zor_colour.h"
+#include "zor_graph.h"
 #include "zor_event_trace.h"
 #include "zor_x11.h"
 
@@ -131,13 +133,49 @@ void loop_X_events(void) {
   }
 }
 
+// The "+" and "-" keys: maps on the colorbar, time points elsewhere.
+static void step_map_or_time(int up) {
+  if ((mosaic.cursor_selection & CURSOR_ON_COLORBAR) && activation.nmaps != 0) {
+    if (up)
+      action_increment_activation_map();
+    else
+      action_decrement_activation_map();
+    return;
+  }
+  if (up)
+    increment_graph_location(1);
+  else
+    decrement_graph_location(1);
+  time_step_redraw();
+}
+
 // Keys every viewer on this window layer knows. Returns false for a key it
 // leaves to the program's own handler.
-static bool image_general_key(char key, XEvent *event) {
+static bool image_general_key(char key) {
   switch (key) {
+    case 3: action_key_control_c(1); return true;
+    case 4: action_image_arrow_up_down(0); return true;
+    case 21: action_image_arrow_up_down(1); return true;
+    case 11: action_image_arrow_left_right(0); return true;
+    case 12: action_image_arrow_left_right(1); return true;
+    case ',':
+    case '<': action_image_arrow_in_out(1); return true;
+    case '.':
+    case '>': action_image_arrow_in_out(0); return true;
+    case 9: action_key_control_i(); return true;
+    case 13: action_key_return(); return true;
+    case '#': action_key_pound_sign(); return true;
+    case '3': action_key_3(); return true;
+    case 'I':
+    case 'i': action_key_i(); return true;
     case 'q':
     case 'Q': action_quit(); return true;
-    case '3': action_key_3(); return true;
+    case 'T':
+    case 't': action_key_T(); return true;
+    case 'v':
+      graph.fixed.y = 0;
+      build_graph_display(1);
+      return true;
     case 'z': action_key_z(); return true;
     case 'Z': action_key_Z(); return true;
     case ' ':
@@ -145,44 +183,29 @@ static bool image_general_key(char key, XEvent *event) {
         activation.visible = !activation.visible;
         mosaic.update_regions |= REGION_IMAGES | REGION_COLORBAR | REGION_COLORBAR_LABEL |
                                  REGION_MENUS;
-        graph.update_regions |= 0x1;
+        graph.update_regions |= GRAPH_REBUILD;
       }
       return true;
+    case '+':
+    case '=': step_map_or_time(1); return true;
+    case '-':
+    case '_': step_map_or_time(0); return true;
     case 'A': {
       action_animate();
       char stopped[] = "animation stopped", blank[] = " ";
       show_on_info_line(0, 0, stopped, blank, blank);
       return true;
     }
-    case 'v': graph.fixed.y = 0; return true;
-    // Keys whose actions belong to the image tools, overlays, wires, the
-    // graph and help: claimed here, so that they never reach the graph.
-    case 3: case 4: case 21: case 11: case 12: case ',': case '<': case '.': case '>':
-    case 9: case 13: case '#': case '?': case 'h': case 'H': case 'c': case 'C':
-    case 'd': case 'D': case 'F': case 'f': case 'I': case 'i': case 'm': case 'M':
-    case 'n': case 'N': case 'r': case 'R': case 'T': case 't': case 'w': case 'W':
-    case '+': case '=': case '-': case '_': case 'G': case 'g': case 'l': case 'L':
-    case 'P': case 'S': case 's':
+    case 'G':
+    case 'g': action_bring_up_graph(); return true;
+    case 'l': action_key_l(); return true;
+    case 'L': action_key_L(); return true;
+    // Keys of the region and wire tools, help, p-value maps and region
+    // statistics: claimed here, so that they never reach the graph.
+    case '?': case 'h': case 'H': case 'c': case 'C': case 'd': case 'D': case 'F':
+    case 'f': case 'm': case 'M': case 'n': case 'N': case 'r': case 'R': case 'w':
+    case 'W': case 'P': case 'S': case 's':
       return true;
-    default: return false;
-  }
-}
-
-// Clicks and arrows while the pointer is on the colorbar. Button 1 acts on
-// release, buttons 2 and 3 on press.
-static void colorbar_button(bool press, int button) {
-  if (!(mosaic.cursor_selection & CURSOR_ON_COLORBAR)) return;
-  if (!press && button == 1) action_ColorBar_button1();
-  if (press && (button == 2 || button == 3)) action_ColorBar_button23();
-}
-
-static bool colorbar_key(char key) {
-  if (!(mosaic.cursor_selection & CURSOR_ON_COLORBAR)) return false;
-  switch (key) {
-    case 21: action_ColorBar_arrow_up_down(1); return true;
-    case 4: action_ColorBar_arrow_up_down(0); return true;
-    case 12: action_ColorBar_arrow_left_right(1); return true;
-    case 11: action_ColorBar_arrow_left_right(0); return true;
     default: return false;
   }
 }
@@ -203,19 +226,28 @@ int image_event_handler_general(XEvent *event) {
     case KeyPress: {
       char key;
       if (!get_key_press(&event->xkey, &key)) return 1;
-      if (colorbar_key(key)) break;
-      if (!image_general_key(key, event)) image_event_handler_specific(event);
+      if (!image_general_key(key)) image_event_handler_specific(event);
       break;
     }
     case ButtonPress:
+      switch (event->xbutton.button) {
+        case 1: action_image_button1(1, x, y); break;
+        case 2:
+        case 3: action_image_button23(1); break;
+        case 4: action_image_button4(); break;
+        case 5: action_image_button5(); break;
+        default: break;
+      }
+      break;
     case ButtonRelease:
-      if (own) colorbar_button(event->type == ButtonPress, (int)event->xbutton.button);
+      switch (event->xbutton.button) {
+        case 1: action_image_button1(0, x, y); break;
+        case 2:
+        case 3: action_image_button23(0); break;
+        default: break;
+      }
       break;
-    case MotionNotify:
-      // A motion only refreshes the read-out under the pointer; drags act
-      // once the image tools exist.
-      mosaic.update_regions |= REGION_INFO_MOTION;
-      break;
+    case MotionNotify: action_image_motion_notify(); break;
     case LeaveNotify:
       mosaic.cursor_selection = 0;
       mosaic.update_regions |= REGION_INFO;
@@ -236,24 +268,51 @@ int graph_event_handler_general(XEvent *event) {
   mosaic.update_regions = 0;
   graph.update_regions = 0;
   bool own = XWindow_graph != 0 && event->xany.window == XWindow_graph;
+  int x = 0, y = 0;
+  if (own && pointer_position(event, &x, &y)) define_graph_cursor_location(x, y);
   if (!own && event->type != KeyPress) return 0;
 
   switch (event->type) {
     case KeyPress: {
       char key;
       if (!get_key_press(&event->xkey, &key)) return 1;
-      bool arrow = key == 11 || key == 12 || key == 4 || key == 21;
-      if (!arrow && own) graph_event_handler_specific(event);
+      switch (key) {
+        case 11: action_graph_arrow_left_right(0); break;
+        case 12: action_graph_arrow_left_right(1); break;
+        case 4: action_graph_arrow_up_down(0); break;
+        case 21: action_graph_arrow_up_down(1); break;
+        default:
+          if (own) graph_event_handler_specific(event);
+          break;
+      }
       break;
     }
     case ButtonPress:
-      if (event->xbutton.button > 5) fprintf(stderr, "more than 5 buttons?\n");
+      switch (event->xbutton.button) {
+        case 1: action_graph_button1(); break;
+        case 2:
+        case 3: action_graph_button23(1); break;
+        case 4: action_graph_arrow_up_down(1); break;
+        case 5: action_graph_arrow_up_down(0); break;
+        default: fprintf(stderr, "more than 5 buttons?\n"); break;
+      }
       break;
-    case LeaveNotify: graph.cursor_selection = 0; break;
-    case Expose: graph.update_regions |= 0x1 | 0x2 | 0x4; break;
+    case ButtonRelease:
+      if (event->xbutton.button == 2 || event->xbutton.button == 3) action_graph_button23(0);
+      break;
+    case MotionNotify: action_graph_motion_notify(); break;
+    case LeaveNotify:
+      graph.cursor_selection = 0;
+      show_information_graph(0);
+      break;
+    case Expose: graph.update_regions |= GRAPH_REBUILD | GRAPH_MARKER | GRAPH_MENUS; break;
     case ConfigureNotify: {
       IPOINT2D area{event->xconfigure.width, event->xconfigure.height - 60};
-      if (area.x != graph.size.x || area.y != graph.size.y) graph.size = area;
+      if (area.x != graph.size.x || area.y != graph.size.y) {
+        graph.size = area;
+        update_graph_selectable_text();
+        build_graph_display(1);
+      }
       break;
     }
     case ClientMessage:
@@ -261,6 +320,7 @@ int graph_event_handler_general(XEvent *event) {
         // Only the graph window can be closed by the window manager.
         XUnmapWindow(XConnection, XWindow_graph);
         graph.type = -1;
+        initialize_graph();
         graph.size = IPOINT2D{0, 0};
         XWindow_graph = 0;
       }

@@ -7,6 +7,7 @@
 #include "zor_colour.h"
 #include "zor_compose.h"
 #include "zor_event_trace.h"
+#include "zor_graph.h"
 #include "zor_x11.h"
 
 namespace {
@@ -91,6 +92,15 @@ void Update_Regions(void) {
   if (bits & REGION_MENUS) refresh_display_image(3);
   if (bits & REGION_RIGHT_PANEL) refresh_display_image(4);
   if (bits & (REGION_INFO | REGION_CROSS | REGION_INFO_MOTION)) show_information_text_image();
+
+  int graph_bits = graph.update_regions;
+  if (graph_bits & GRAPH_REBUILD) build_graph_display(1);
+  if (graph_bits & GRAPH_MARKER) build_graph_display(0);
+  if (graph_bits & GRAPH_MENUS) draw_selectable_text_graph();
+  if (graph_bits & GRAPH_INFO_MOTION)
+    show_information_graph(1);
+  else if (graph_bits & (GRAPH_INFO | GRAPH_MENUS))
+    show_information_graph(0);
 
   if (tracing) event_trace_update(bits, graph.update_regions, event_trace_now_ms() - start);
 }

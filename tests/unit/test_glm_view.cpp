@@ -283,12 +283,14 @@ TEST(GlmView, ResidueTakesEventsOutOfDataAndFit) {
 }
 
 TEST(GlmView, BaselineOffAndFrequencyDomain) {
-  FittedStudy f;
-  glm_model.baseline = 0;
-  fill_GLM_TimeSeriesModel();
-  float mean = 0;
-  for (float v : f.fit) mean += v;
-  EXPECT_LT(fabs(mean / 36), 2.0f);  // the offsets are gone
+  {
+    FittedStudy f;
+    glm_model.baseline = 0;
+    fill_GLM_TimeSeriesModel();
+    float mean = 0;
+    for (float v : f.fit) mean += v;
+    EXPECT_LT(fabs(mean / 36), 2.0f);  // the offsets are gone
+  }
   FittedStudy g;
   graph.freq_domain = 1;
   fill_GLM_TimeSeriesModel();
