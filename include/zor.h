@@ -21,6 +21,7 @@
 #include "zor_graph.h"
 #include "zor_actions.h"
 #include "zor_time_model.h"
+#include "zor_panels.h"
 #include "zor_roi_files.h"
 
 #endif
