@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds, writes a small demo study into demo/ and
-# shows it. Without an X display the viewer runs under a virtual server
-# (Xvfb), and the first window it opens is saved as demo/screenshot.png.
+# shows it: the image window, and beside it the graph window with the time
+# course under the cross-hair, which is put on the responding blob. Without
+# an X display the viewer runs under a virtual server (Xvfb), and both
+# windows are saved side by side as demo/screenshot.png.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -14,30 +16,33 @@ program=build/zorview
 args=(-v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list)
 echo "running: $program ${args[*]}"
 
-if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
-  exec "$program" "${args[@]}"
-fi
-
-# No display: a virtual one. Reading the display number blocks until the
-# server is ready.
 work=$(mktemp -d)
-Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp -noreset 3>"$work/display" \
-  >"$work/xvfb.log" 2>&1 &
-xvfb=$!
+xvfb=""
 viewer=""
 cleanup() {
   [ -n "$viewer" ] && kill "$viewer" 2>/dev/null || true
-  kill "$xvfb" 2>/dev/null || true
+  [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null || true
   rm -rf "$work"
 }
 trap cleanup EXIT
-for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.05; done
-export DISPLAY=:$(cat "$work/display")
+
+own_display=1
+if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then
+  own_display=0
+else
+  # No display: a virtual one. Reading the display number blocks until the
+  # server is ready.
+  Xvfb -displayfd 3 -screen 0 2400x1200x24 -nolisten tcp -noreset 3>"$work/display" \
+    >"$work/xvfb.log" 2>&1 &
+  xvfb=$!
+  for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.05; done
+  export DISPLAY=:$(cat "$work/display")
+fi
 
 "$program" "${args[@]}" &
 viewer=$!
 
-# Wait a few seconds for a window; the program may also simply finish.
+# Wait a few seconds for the image window; the program may also simply finish.
 window=""
 for _ in $(seq 1 50); do
   window=$(xdotool search --limit 1 --name '^zorview' 2>/dev/null || true)
@@ -46,18 +51,57 @@ for _ in $(seq 1 50); do
   sleep 0.1
 done
 
-if [ -n "$window" ]; then
-  sleep 1  # let the first picture arrive
-  xwd -id "$window" -nobdrs -silent -out "$work/window.xwd"
-  convert "xwd:$work/window.xwd" demo/screenshot.png
-  echo "screenshot of the image window saved to demo/screenshot.png"
-  kill "$viewer" 2>/dev/null || true
-  wait "$viewer" 2>/dev/null || true
-  viewer=""
-else
+if [ -z "$window" ]; then
   status=0
   wait "$viewer" || status=$?
   viewer=""
-  echo "zorview ended with status $status without opening a window;"
-  echo "once it opens its image window, this script saves it as demo/screenshot.png"
+  echo "zorview ended with status $status without opening a window"
+  exit 1
+fi
+
+# Where a voxel of the mosaic is in the image window: the layout of the demo
+# study (32x32 voxels, 8 slices in 4 columns) at the window's zoom, rows
+# counted from the bottom of each panel.
+sleep 0.5
+zoom=$(xdotool getwindowname "$window" | sed -n 's/.*zoom = \([0-9]*\).*/\1/p')
+zoom=${zoom:-1}
+voxel_x=20 voxel_y=12 slice=4
+column=$((slice % 4)) row=$((slice / 4))
+px=$((zoom * (33 * column + 1 + voxel_x) + zoom / 2))
+py=$((30 + zoom * (33 * row + 1 + 31 - voxel_y) + zoom / 2))
+# The cross-hair onto the blob, then the graph window ("g"), moved beside
+# the image window.
+xdotool mousemove --window "$window" "$px" "$py" click 1
+xdotool mousemove --window "$window" 1 1 key g
+graph=""
+for _ in $(seq 1 50); do
+  graph=$(xdotool search --limit 1 --name '^time points' 2>/dev/null || true)
+  [ -n "$graph" ] && break
+  sleep 0.1
+done
+if [ -n "$graph" ]; then
+  # Clear of the image window and of both windows' wide borders.
+  info=$(xwininfo -id "$window")
+  width=$(sed -n 's/^ *Width: *//p' <<<"$info")
+  border=$(sed -n 's/^ *Border width: *//p' <<<"$info")
+  xdotool windowmove "$graph" $((width + 2 * border + 20)) 0 || true
+fi
+
+if [ "$own_display" -eq 0 ]; then
+  echo "the image and graph windows are open; quit with q then y in the image window"
+  wait "$viewer" || true
+  viewer=""
+  exit 0
+fi
+
+sleep 1  # let both pictures arrive
+xwd -id "$window" -nobdrs -silent -out "$work/image.xwd"
+if [ -n "$graph" ]; then
+  xwd -id "$graph" -nobdrs -silent -out "$work/graph.xwd"
+  convert "xwd:$work/image.xwd" -size 10x1 xc:black "xwd:$work/graph.xwd" -background black \
+    +append demo/screenshot.png
+  echo "screenshot of the image and graph windows saved to demo/screenshot.png"
+else
+  convert "xwd:$work/image.xwd" demo/screenshot.png
+  echo "screenshot of the image window saved to demo/screenshot.png (no graph window)"
 fi

@@ -7,6 +7,7 @@
 
 #include "zor_colour.h"
 #include "zor_display_state.h"
+#include "zor_float_int.h"
 
 namespace {
 
@@ -77,7 +78,7 @@ void fill_colorbar_pixels(unsigned long *pixels, int W, int H) {
 }
 
 int colorbar_label_exponent(float range) {
-  int ilog = (int)truncf(log10f(range));
+  int ilog = truncate_to_int(log10f(range));
   if (ilog >= 1 && ilog <= 4)
     ilog = 0;
   else if (ilog < 0)
@@ -110,8 +111,8 @@ std::vector<colorbar_tick> colorbar_ticks(int H, int *colored) {
   float low_value, high_value;
   bar_bounds(&low_value, &high_value);
   float range = high_value - low_value;
-  // A range that is not positive has no ticks to place.
-  if (!(range > 0.0f)) return ticks;
+  // A range that is not positive, or not finite, has no ticks to place.
+  if (!(range > 0.0f) || std::isinf(range)) return ticks;
   int ilog = colorbar_label_exponent(range);
   float pow10div = powf(10.0f, (float)ilog);
   int istep = colorbar_tick_step(range, ilog);
@@ -174,7 +175,7 @@ void action_ColorBar_cursor(void) {}
 float colorbar_arrow_step(float range) {
   if (range == 1.0f) return 0.05f;
   if (range > 10.0f) {
-    int step = (int)powf(10.0f, truncf(log10f(range) - 1.0f));
+    int step = truncate_to_int(powf(10.0f, truncf(log10f(range) - 1.0f)));
     return (float)(step < 1 ? 1 : step);
   }
   return fabsf(powf(10.0f, truncf(log10f(range) - 2.0f)));

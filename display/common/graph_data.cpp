@@ -324,11 +324,11 @@ void compute_graph_limits(void) {
       if (graph.yVector[j] < low) low = graph.yVector[j];
       if (graph.yVector[j] > high) high = graph.yVector[j];
     }
+    // A flat curve is widened by 10 each way and by nothing more.
     if (low == high) {
       low -= 10.0f;
       high += 10.0f;
-    }
-    if (graph.type == 1 && graph.units_percent) {
+    } else if (graph.type == 1 && graph.units_percent) {
       low = truncf(low - 1.0f);
       high = truncf(high + 1.0f);
     } else {

@@ -54,17 +54,38 @@ void polyline(int n, const float *x, const float *y, int color, bool index_as_x)
   }
 }
 
-// A new client image and pixmap for the data area; the previous ones are
-// released, so that a long run of redraws holds one of each.
+// The data area's pixmap, cleared to the plot's background. The client
+// image and the pixmap are made anew only when the area's size changes, so
+// that a long run of redraws holds one of each; otherwise the pixmap is
+// cleared on the server.
+Display *surface_display = nullptr;
+IPOINT2D surface_size{0, 0};
+GC background_gc = nullptr;
+
 void new_data_surface(void) {
-  if (XImage_GraphData) XDestroyImage(XImage_GraphData);
-  if (XPixmap_GraphData) XFreePixmap(XConnection, XPixmap_GraphData);
-  XImage_GraphData =
-      create_filled_XImage(&XData_GraphData, graph.size.x, graph.size.y, PIXEL_GRAPH_DATA);
-  XPixmap_GraphData = XCreatePixmap(XConnection, XRoot_Window, (unsigned)graph.size.x,
-                                    (unsigned)graph.size.y, (unsigned)XScreen_depth);
+  const IPOINT2D S = graph.size;
+  const bool same = surface_display == XConnection && XPixmap_GraphData != 0 &&
+                    surface_size.x == S.x && surface_size.y == S.y && background_gc;
+  if (same) {
+    XFillRectangle(XConnection, XPixmap_GraphData, background_gc, 0, 0, (unsigned)S.x,
+                   (unsigned)S.y);
+    return;
+  }
+  if (surface_display == XConnection) {
+    if (XImage_GraphData) XDestroyImage(XImage_GraphData);
+    if (XPixmap_GraphData) XFreePixmap(XConnection, XPixmap_GraphData);
+  } else {
+    background_gc = XCreateGC(XConnection, XRoot_Window, 0, nullptr);
+    XSetForeground(XConnection, background_gc, PIXEL_GRAPH_DATA);
+    XSetGraphicsExposures(XConnection, background_gc, False);
+  }
+  surface_display = XConnection;
+  surface_size = S;
+  XImage_GraphData = create_filled_XImage(&XData_GraphData, S.x, S.y, PIXEL_GRAPH_DATA);
+  XPixmap_GraphData =
+      XCreatePixmap(XConnection, XRoot_Window, (unsigned)S.x, (unsigned)S.y, (unsigned)XScreen_depth);
   XPutImage(XConnection, XPixmap_GraphData, XGC_image, XImage_GraphData, 0, 0, 0, 0,
-            (unsigned)graph.size.x, (unsigned)graph.size.y);
+            (unsigned)S.x, (unsigned)S.y);
 }
 
 void draw_marker(void) {
