@@ -76,6 +76,12 @@ int step(int value, int button, int count) {
 
 }  // namespace
 
+void define_GLM_residue_from_exclusion(const char *text) {
+  // The text is the residue; a text that names no event empties it.
+  snprintf(glm_model.residue_string, sizeof glm_model.residue_string, "%s", text);
+  if (GLM_get_number_events_inside_residue(glm_model.residue_string) == 0) glm_model.residue_string[0] = '\0';
+}
+
 void update_SelectText_GLM_TimeSeriesModel(SelectableText *t) {
   const bool time_view = graph.type == 1 && !graph.freq_domain;
   const bool freq_view = graph.type == 1 && graph.freq_domain;
@@ -171,9 +177,7 @@ void action_graph_text_selection_GLM_TimeSeriesModel(int button) {
       break;
     case TEXTFIELD_GLM_EXCLUDE:
       if (get_X11_string(1, "Exclude events", "(event numbers, DEL, RET, ESC)", "", 0, 1, answer)) {
-        // The text is the residue; a text that names no event empties it.
-        snprintf(glm_model.residue_string, sizeof glm_model.residue_string, "%s", answer);
-        if (GLM_get_number_events_inside_residue(glm_model.residue_string) == 0) glm_model.residue_string[0] = '\0';
+        define_GLM_residue_from_exclusion(answer);
         modify_graph_vector();
         label_graph_window();
         graph.update_regions |= 1;

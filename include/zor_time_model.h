@@ -90,6 +90,9 @@ void action_graph_button23_GLM_TimeSeriesModel(void);
 int graph_event_handler_GLM_TimeSeriesModel(char key);
 void label_graph_time_window_GLM_TimeSeriesModel(char *FileName);
 int write_GLM_into_roi_file(int first_time, FILE *file, int *ibuffer);
+// The events to take out of data and fit, as typed: a text that names no
+// event of the model empties the set.
+void define_GLM_residue_from_exclusion(const char *text);
 // Forgets the view's state, as at program start.
 void glm_view_reset(void);
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "glm_test_files.h"
+#include "zor_overlay.h"
 #include "zor_panels.h"
 #include "zor_startup.h"
 #include "zor_time_model.h"
@@ -202,7 +203,7 @@ TEST(GlmView, PanelFieldsAreRegisteredInRowOrder) {
 
 // The model fitted through the view against the engine called directly.
 struct FittedStudy : ViewStudy {
-  std::vector<float> y, y2, fit, fit_err;
+  std::vector<float> y, y1, y2, fit, fit_err, x;
   FittedStudy(const std::string &keywords = "conditions 1 2 1-2\n") : ViewStudy(keywords) {
     int result = -1;
     define(1, 0, 0, 0, &result);
@@ -210,6 +211,8 @@ struct FittedStudy : ViewStudy {
     y.resize(36);
     for (int t = 0; t < 36; t++)
       y[t] = 100.0f + 3.0f * GLM.Xorig_tc[t][0] - 2.0f * GLM.Xorig_tc[t][1] + 0.5f * (float)sin(t * 1.7);
+    y1 = y;
+    x.assign(36, 0.0f);
     y2.assign(36, 0.0f);
     fit.assign(36, 0.0f);
     fit_err.assign(36, 0.0f);
@@ -218,11 +221,15 @@ struct FittedStudy : ViewStudy {
     graph.units_percent = 0;
     graph.freq_domain = 0;
     graph.yVector = y.data();
+    graph.yVector1 = y1.data();
+    graph.xVector = x.data();
     graph.yVector2 = y2.data();
     graph.yFit = fit.data();
     graph.yFit_err = fit_err.data();
   }
-  ~FittedStudy() { graph.yVector = graph.yVector2 = graph.yFit = graph.yFit_err = nullptr; }
+  ~FittedStudy() {
+    graph.yVector = graph.yVector1 = graph.yVector2 = graph.yFit = graph.yFit_err = graph.xVector = nullptr;
+  }
 };
 
 TEST(GlmView, FitOfTheCurveIsTheEnginesOwn) {
@@ -297,6 +304,106 @@ TEST(GlmView, BaselineOffAndFrequencyDomain) {
   EXPECT_EQ(g.y[0], g.y[1]);  // a spectrum: bins fill sample pairs
   EXPECT_GT(g.y[0], 1000.0f);
   graph.freq_domain = 0;
+}
+
+TEST(GlmView, ExcludeTextWithoutAnEventEmptiesTheResidue) {
+  FittedStudy f;
+  define_GLM_residue_from_exclusion("2");
+  EXPECT_STREQ(glm_model.residue_string, "2");
+  define_GLM_residue_from_exclusion("xyz9");
+  EXPECT_STREQ(glm_model.residue_string, "");
+  define_GLM_residue_from_exclusion("x1");
+  EXPECT_STREQ(glm_model.residue_string, "x1");
+  char label[1024];
+  label_graph_time_window_GLM_TimeSeriesModel(label);
+  EXPECT_STREQ(label, ".roi-2");
+}
+
+TEST(GlmView, ModelNameClickReachesTheSpectrumOnlyUnderLeastSquares) {
+  FittedStudy f;
+  graph.size.x = 0;  // no graph window: the curve is not read again
+  graph.text_selection = TEXTFIELD_GRAPH_MODEL;
+  ASSERT_EQ(noise_model_original, 0);
+  action_graph_text_selection_GLM_TimeSeriesModel(1);
+  EXPECT_EQ(graph.freq_domain, 1);
+  EXPECT_EQ(graph.update_regions & 5, 5);
+  char name[1024];
+  get_GLM_TimeSeriesModel_name(name);
+  EXPECT_STREQ(name, "FT ");
+  action_graph_text_selection_GLM_TimeSeriesModel(1);
+  EXPECT_EQ(graph.freq_domain, 0);
+
+  noise_model_original = 1;
+  action_graph_text_selection_GLM_TimeSeriesModel(1);
+  EXPECT_EQ(graph.freq_domain, 0);
+  EXPECT_EQ(GLM_get_noise_model(), 1);
+  get_GLM_TimeSeriesModel_name(name);
+  EXPECT_STREQ(name, "GLM/WLS");
+  action_graph_text_selection_GLM_TimeSeriesModel(2);
+  EXPECT_EQ(GLM_get_noise_model(), 0);
+  EXPECT_EQ(graph.freq_domain, 0);
+}
+
+TEST(GlmView, PanelFieldsShowTheModelsState) {
+  FittedStudy f;
+  graph.type = 1;
+  graph.size.x = 800;
+  fill_GLM_TimeSeriesModel();
+  SelectableText t{};
+  const auto field = [&](int id) {
+    t = SelectableText{};
+    t.FieldID = id;
+    update_SelectText_GLM_TimeSeriesModel(&t);
+    return std::string(t.string);
+  };
+  EXPECT_EQ(field(TEXTFIELD_GLM_INCLUDE), "include: 12");
+  EXPECT_EQ(t.XPosition, 200);
+  EXPECT_EQ(t.XSelectEnd, 300);
+  EXPECT_EQ(field(TEXTFIELD_GLM_EXCLUDE), "exclude: ");
+  EXPECT_EQ(field(TEXTFIELD_GLM_NEW_EVENT), "draw event: 1");
+  EXPECT_EQ(t.color, COLOR_SKY);
+  EXPECT_EQ(field(TEXTFIELD_GLM_NEW_SHAPE), "draw event: gamma");
+  EXPECT_EQ(field(TEXTFIELD_GLM_BASELINE), "base:y");
+  EXPECT_STREQ(t.message2, "Keyboard equivalent: b");
+  EXPECT_EQ(field(TEXTFIELD_GLM_NBASELINE), "(3)");
+  char chi2[64];
+  snprintf(chi2, sizeof chi2, "%5.2e", glm_model.chi2_dof);
+  EXPECT_EQ(field(TEXTFIELD_CHI2), chi2);
+  EXPECT_EQ(t.color, COLOR_GRAY);
+  EXPECT_TRUE(t.visible);
+  EXPECT_EQ(field(TEXTFIELD_FREQ_BAND), "band: 0 to 0.5");  // the whole band up to Nyquist
+  EXPECT_FALSE(t.visible);
+  EXPECT_EQ(field(TEXTFIELD_GRAPH_UNITS), " units: abs ");
+  EXPECT_EQ(t.XPosition, 360);
+  EXPECT_STREQ(t.message1, "Toggle between % or abs units");
+  graph.size.x = 149;
+  field(TEXTFIELD_GRAPH_UNITS);
+  EXPECT_FALSE(t.visible);
+  glm_model.iCondition_value = 2;
+  char expected[128];
+  std::string text = field(TEXTFIELD_GLM_CONDITIONS);
+  snprintf(expected, sizeof expected, " 1-2 = %6.3f+-%6.3f", glm_model.effect_size, glm_model.effect_sem);
+  EXPECT_EQ(text, expected);
+  glm_model.iCondition_value = 7;
+  Captured c = capture_output([&] { field(TEXTFIELD_GLM_CONDITIONS); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Programming error: condition index 7 is not defined.\n");
+  graph.size.x = 0;
+}
+
+TEST(GlmView, KeysOfTheModel) {
+  FittedStudy f;
+  graph.size.x = 0;
+  glm_model.show_glm_windows = 2;
+  EXPECT_EQ(graph_event_handler_GLM_TimeSeriesModel(' '), 1);
+  EXPECT_EQ(glm_model.show_glm_windows, 0);
+  EXPECT_EQ(graph_event_handler_GLM_TimeSeriesModel(' '), 1);
+  EXPECT_EQ(glm_model.show_glm_windows, 1);
+  graph.update_regions = 0;
+  EXPECT_EQ(graph_event_handler_GLM_TimeSeriesModel('b'), 1);
+  EXPECT_EQ(glm_model.baseline, 0);
+  EXPECT_EQ(graph.update_regions, 5);
+  EXPECT_EQ(graph_event_handler_GLM_TimeSeriesModel('q'), 0);
 }
 
 TEST(GlmView, InformationLinesAtTheTimePointAndUnderThePointer) {
