@@ -166,6 +166,40 @@ class GlmView(e2e.ViewerTestCase):
         self.assertEqual(name, "2")
         kit.text_at(self, img, v.server, " 2 = %6.3f+-%6.3f" % (effect, sem), 325, S[1] + 28, INK, CYAN_BOX)
 
+    def test_with_every_event_excluded_and_no_baseline_the_noise_band_is_drawn(self):
+        v, w, g = self.start()
+        S = gk.GRAPH_SIZE
+        index = VOXEL[0] + 8 * VOXEL[1] + 64 * VOXEL[2]
+        design, beta, sigma2, _ = engine_fit(self.work, index)
+        # The exclude field asks for the events; then "b" takes the baseline out.
+        click = v.click(g, 250, S[1] + 15 + 38)
+        v.wait_prompt(after=click)
+        v.key(g, "1", "2", "Return", x=250, y=S[1] + 15 + 38)
+        # The press that opened the prompt is handled once it has its answer.
+        v.wait_event("ButtonPress", after=click, window="graph")
+        mark = v.key(g, "b", x=600, y=200)
+        v.wait_event("KeyPress", after=mark, window="graph")
+        img = v.capture(g)
+        kit.text_at(self, img, v.server, "exclude: 12", 200, S[1] + 58, INK, CYAN_BOX)
+        kit.text_at(self, img, v.server, "include: ", 200, S[1] + 43, INK, CYAN_BOX)
+        kit.text_at(self, img, v.server, "base:n", 500, S[1] + 28, INK, CYAN_BOX)
+        # Only noise is left: the residuals, with the band of one standard
+        # deviation drawn in red on either side of zero.
+        data = np.concatenate([series(r, *VOXEL) for r in range(2)]).astype(np.float32)
+        fit = np.array([np.sum(design[t] * beta, dtype=np.float32) for t in range(len(data))], dtype=np.float32)
+        residual = data - fit
+        scale = gk.Scale([TR * j for j in range(len(data))], residual)
+        sd = f32(np.sqrt(f32(sigma2)))
+        checked = 0
+        for t in range(2, len(data) - 2):
+            for level in (sd, -sd):
+                if abs(float(residual[t]) - float(level)) * scale.sy < 8:
+                    continue
+                x, y = scale.pixel(TR * t, level)
+                self.assertIn(0xFF0000, [img.pixel(x, y + d) for d in (-1, 0, 1)], "band at t = %d" % t)
+                checked += 1
+        self.assertGreater(checked, 20)
+
 
 if __name__ == "__main__":
     e2e.main()
