@@ -18,6 +18,9 @@ namespace {
 
 // Where button 1 went down, kept until the next press.
 int press_x = 0, press_y = 0;
+// The menu item under the pointer at the last motion, so that the menus are
+// drawn again when it changes (labels with a hovered form change with it).
+int last_text_selection = 0;
 
 // Guard values of the contrast fractions in the step formulas.
 const float CONTRAST_TOP = 1.75f;
@@ -54,7 +57,10 @@ int step_component(int32_t *component, int step, int n) {
 
 }  // namespace
 
-void image_actions_reset(void) { press_x = press_y = 0; }
+void image_actions_reset(void) {
+  press_x = press_y = 0;
+  last_text_selection = 0;
+}
 
 void action_RightPanel_button1(void) {}
 void action_RightPanel_button23(void) {}
@@ -217,6 +223,8 @@ void action_image_button5(void) { wheel(0); }
 
 void action_image_motion_notify(void) {
   mosaic.update_regions |= REGION_INFO_MOTION;
+  if (mosaic.text_selection != last_text_selection) mosaic.update_regions |= REGION_MENUS;
+  last_text_selection = mosaic.text_selection;
   // Without a cross-hair the time course follows the pointer.
   if (mosaic.display_crosshairs == 0 && sel(CURSOR_ON_VOXEL) && graph.type == 1 &&
       graph.size.x != 0 && ovl_root.npts == 0) {
