@@ -126,10 +126,8 @@ int zorview_main(int argc, char **argv) {
   if (!file_list_is_empty(&activation_files) &&
       read_SpaceTime_data(Verbose, 1, &activation_stack, &activation_files, &nfiles))
     zor_exit(1);
-  // Maps given as natural logarithms become base-10 ones.
-  if (!file_list_is_empty(&activation_files))
-    for (file_list *node = &activation_files; node; node = node->next)
-      if (node->scale_log == 2) convert_activation_scale(node);
+  for (file_list *node = &activation_files; node && node->file_name[0]; node = node->next)
+    if (node->scale_log == 2) convert_activation_scale(node);
   if (read_SpaceTime_data(Verbose, 1, &image_stack, &image_files, &nruns)) zor_exit(1);
 
   // 10. The shortest image file decides whether a default model can run.

@@ -39,6 +39,7 @@ void action_bring_up_graph(void) {
     graph.type = 1;
     initialize_graph();
     make_XWindow_graph();
+    label_graph_window();  // the new window's title
   } else if (graph.type == 0 && graph.size.x != 0 && XWindow_graph != 0) {
     XRaiseWindow(XConnection, XWindow_graph);
   } else {
@@ -46,6 +47,7 @@ void action_bring_up_graph(void) {
     graph.space_model = 0;
     initialize_graph();
     make_XWindow_graph();
+    label_graph_window();
   }
   fill_graph_vector();
   modify_graph_vector();

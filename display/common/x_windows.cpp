@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "zor_graph.h"
 #include "zor_x11.h"
 
 Window XWindow_image = 0;
@@ -239,7 +238,6 @@ void make_XWindow_graph(void) {
   XWindow_graph = create_top_level_window((unsigned)graph.size.x, (unsigned)(graph.size.y + 60));
   XSetWMProtocols(XConnection, XWindow_graph, &wm_delete_window, 1);
   XSelectInput(XConnection, XWindow_graph, ZOR_WINDOW_EVENT_MASK);
-  label_graph_window();
 
   if (graph_gcs_exist) {
     for (const LineGC &g : graph_line_gcs) XFreeGC(XConnection, *g.gc);

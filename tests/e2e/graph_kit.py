@@ -2,8 +2,6 @@
 image window, where a data point lands in it, and the gray levels of the
 image window in the program's single precision."""
 
-import re
-
 import numpy as np
 
 import zore2e as e2e
@@ -107,15 +105,3 @@ def gray_level(v, scale_min, scale_max):
 
 def gray(level):
     return (level << 16) | (level << 8) | level
-
-
-def title_of(viewer, window):
-    return viewer.title(window)
-
-
-def count_in_box(img, rgb, box):
-    return img.count(rgb, box)
-
-
-def escape(text):
-    return re.escape(text)

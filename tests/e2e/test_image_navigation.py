@@ -179,6 +179,31 @@ class Navigation(e2e.ViewerTestCase):
         w3 = gk.visible_window(v, r"zorview \(zoom = 4\)")
         self.assertEqual(v.size(w3), full)
 
+    def test_plus_on_the_colorbar_steps_the_maps_and_space_hides_them(self):
+        import os
+        amap = e2e.write_nifti(os.path.join(self.work, "maps.nii"), SHAPE + (2,),
+                               values=lambda x, y, z, t: (12.0 if (x, y, z) == (3, 3, 1) else 0.0) if t == 0
+                               else (12.0 if (x, y, z) == (9, 9, 2) else 0.0))
+        v = self.start_viewer(SHAPE, ["-z", str(ZOOM), "-a", amap], values=lambda x, y, z, t: value(x, y, z))
+        stem = amap[:-len(".nii")]
+        w = v.window(r"zorview \(zoom = 4\), map = %s \(0\)" % stem.replace(".", r"\."))
+        v.wait_event("Expose")
+        first, second = LAYOUT.mosaic(3, 3, 1, 1, 1), LAYOUT.mosaic(9, 9, 2, 1, 1)
+        img = v.capture(w)
+        self.assertNotEqual(img.pixel(*first), kit.gray(int(value(3, 3, 1))))
+        self.assertEqual(img.pixel(*second), kit.gray(int(value(9, 9, 2))))
+        # "+" with the pointer on the colorbar: the second map.
+        mark = v.key(w, "plus", x=REGION[0] + 20, y=100)
+        v.wait_event("KeyPress", after=mark)
+        self.assertEqual(v.title(w), "zorview (zoom = 4), map = %s (1)" % stem)
+        img = v.capture(w)
+        self.assertEqual(img.pixel(*first), kit.gray(int(value(3, 3, 1))))
+        self.assertNotEqual(img.pixel(*second), kit.gray(int(value(9, 9, 2))))
+        # Space hides the map: gray everywhere.
+        v.wait_event("KeyPress", after=v.key(w, "space", x=1, y=1))
+        img = v.capture(w)
+        self.assertEqual(img.pixel(*second), kit.gray(int(value(9, 9, 2))))
+
     def test_zoom_out_at_one_stays_at_one(self):
         v = self.start_viewer(SHAPE, ["-z", "1"], values=lambda x, y, z, t: value(x, y, z))
         w = v.window(r"zorview \(zoom = 1\)")

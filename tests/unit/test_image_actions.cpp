@@ -425,3 +425,53 @@ TEST_F(ThreePlaneActions, ArrowsOnTheZYPlaneStepZAndTheWheelStepsX) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ImageActions, GraphXSplitsIntoFileAndTimePoint) {
+  file_list second{};
+  second.start_image = 10;
+  second.end_image = 24;
+  image_files.start_image = 0;
+  image_files.end_image = 9;
+  image_files.next = &second;
+  int ifile = -1, itime = -1;
+  split_graphX_into_file_and_location(4.0f, &ifile, &itime);
+  EXPECT_EQ(ifile, 0);
+  EXPECT_EQ(itime, 4);
+  split_graphX_into_file_and_location(12.0f, &ifile, &itime);
+  EXPECT_EQ(ifile, 1);
+  EXPECT_EQ(itime, 2);
+  memset(&image_files, 0, sizeof image_files);
+}
+
+TEST_F(ImageActions, WithoutCrossHairThePointerMotionRefillsTheTimeCourse) {
+  open_graph(1);
+  mosaic.display_crosshairs = 0;
+  IPOINT2D p = pixel_of(2, 3, 4);
+  locate(p.x, p.y);
+  action_image_motion_notify();
+  EXPECT_TRUE(mosaic.update_regions & REGION_INFO_MOTION);
+  EXPECT_TRUE(graph.update_regions & GRAPH_REBUILD);
+  EXPECT_FLOAT_EQ(graph.yVector[1], 2 + 30 + 400 + 1000.0f);
+  // With a cross-hair a motion touches the read-out only.
+  mosaic.display_crosshairs = 3;
+  locate(p.x, p.y);
+  action_image_motion_notify();
+  EXPECT_EQ(mosaic.update_regions, REGION_INFO_MOTION);
+  EXPECT_EQ(graph.update_regions, 0);
+}
+
+TEST_F(ImageActions, UnchangedCrossHairSkipsTheGraphOnMotion) {
+  open_graph(1);
+  mosaic.update_regions = REGION_INFO_MOTION;
+  update_graph_data(0);  // first call: the cross-hair is new
+  graph.yVector[0] = -1.0f;
+  update_graph_data(0);  // same cross-hair, a motion: nothing is read
+  EXPECT_FLOAT_EQ(graph.yVector[0], -1.0f);
+  mosaic.icross.x += 1;
+  update_graph_data(0);
+  EXPECT_FLOAT_EQ(graph.yVector[0], 9 + 80 + 500.0f);
+}
+
+}  // namespace
