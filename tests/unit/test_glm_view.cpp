@@ -406,6 +406,63 @@ TEST(GlmView, KeysOfTheModel) {
   EXPECT_EQ(graph_event_handler_GLM_TimeSeriesModel('q'), 0);
 }
 
+std::string file_text(FILE *f) {
+  std::string text;
+  rewind(f);
+  for (int c; (c = fgetc(f)) != EOF;) text += (char)c;
+  return text;
+}
+
+TEST(GlmView, RegionTableColumnsOfTheModel) {
+  FittedStudy f;
+  fill_GLM_TimeSeriesModel();
+  for (int j = 0; j < 36; j++) f.x[j] = 2.0f * j;
+  strcpy(ovl_root.name, "blob");
+  FILE *first = tmpfile();
+  ASSERT_EQ(write_GLM_into_roi_file(1, first, nullptr), 0);
+  const std::string table = file_text(first);
+  fclose(first);
+  std::string expected = "i x blob\n";
+  char row[128];
+  for (int j = 0; j < 36; j++) snprintf(row, sizeof row, "%d %g %g\n", j, 2.0f * j, f.y[j]), expected += row;
+  expected += "new   # GLM fit to data\n";
+  for (int j = 0; j < 36; j++) snprintf(row, sizeof row, "%d %g %g\n", j, 2.0f * j, f.fit[j]), expected += row;
+  for (int e = 0; e < 2; e++) {
+    snprintf(row, sizeof row, "new   # fit for event type %d\n", e + 1);
+    expected += row;
+    for (int j = 0; j < 36; j++) {
+      float fit;
+      GLM_event_fit(1, glm_model.residue_string, e, j, &fit);
+      snprintf(row, sizeof row, "%d %g %g\n", j, 2.0f * j, fit);
+      expected += row;
+    }
+  }
+  EXPECT_EQ(table, expected);
+
+  // A further region adds one column behind each line of the file.
+  std::vector<int> ibuffer(table.begin(), table.end());
+  ibuffer.push_back(EOF);
+  strcpy(ovl_root.name, "second");
+  FILE *later = tmpfile();
+  ASSERT_EQ(write_GLM_into_roi_file(0, later, ibuffer.data()), 0);
+  const std::string extended = file_text(later);
+  fclose(later);
+  size_t line_start = 0, lines = 0;
+  size_t at = 0;
+  for (size_t next; (next = table.find('\n', line_start)) != std::string::npos; line_start = next + 1, lines++) {
+    const std::string old_line = table.substr(line_start, next - line_start);
+    const size_t end = extended.find('\n', at);
+    ASSERT_NE(end, std::string::npos);
+    const std::string new_line = extended.substr(at, end - at);
+    at = end + 1;
+    ASSERT_EQ(new_line.rfind(old_line + " ", 0), 0u) << lines;
+    if (lines == 0) EXPECT_EQ(new_line, old_line + " second");
+    if (old_line.rfind("new", 0) == 0) EXPECT_EQ(new_line, old_line + " ");
+  }
+  EXPECT_EQ(at, extended.size());
+  strcpy(ovl_root.name, "none");
+}
+
 TEST(GlmView, InformationLinesAtTheTimePointAndUnderThePointer) {
   FittedStudy f;
   fill_GLM_TimeSeriesModel();
