@@ -166,7 +166,14 @@ void get_info_GLM_TimeSeriesModel(int move_cursor, char *string1, char *string2,
   const int point = move_cursor ? graph.icursor.x : graph.iTime;
   int run = 0, itime = 0;
   float tr = 0.0f;
-  if (point >= 0 && (run_of_point(point, &run, &itime) || GLM_get_tr(run, &tr))) {
+  // Images given beside the model's runs lie outside the model: their points
+  // are shown without an event and with the first run's timing.
+  const bool in_model = point >= 0 && point < GLM.ntime && run_of_point(point, &run, &itime) == 0 &&
+                        run < GLM.nruns;
+  if (point >= 0 && !in_model) {
+    if (run_of_point(point, &run, &itime)) itime = point;
+    tr = GLM.tr[0];
+  } else if (point >= 0 && GLM_get_tr(run, &tr)) {
     puts("Error: the GLM tr is not defined in file display-glm");
     zor_exit(1);
   }
@@ -175,8 +182,8 @@ void get_info_GLM_TimeSeriesModel(int move_cursor, char *string1, char *string2,
     strcpy(string3, " ");
     return;
   }
-  char description[ZOR_LINE] = "";
-  if (point >= 0) {
+  char description[ZOR_LINE] = " ";
+  if (in_model) {
     int status = GLM_identify_time_point(point, glm_model.residue_string, description);
     if (status != 0) {
       puts("Programming error in function get_info_GLM_TimeSeriesModel.");
@@ -187,7 +194,7 @@ void get_info_GLM_TimeSeriesModel(int move_cursor, char *string1, char *string2,
   float value, time;
   if (move_cursor) {
     value = graph.cursor.y;
-    time = graph.cursor.x - GLM_get_run_start_time(run);
+    time = graph.cursor.x - (in_model ? GLM_get_run_start_time(run) : 0.0f);
   } else {
     value = graph.yVector[point];
     time = (float)itime * tr;

@@ -487,6 +487,17 @@ TEST(GlmView, InformationLinesAtTheTimePointAndUnderThePointer) {
   get_info_GLM_TimeSeriesModel(1, s1, s2, s3);
   EXPECT_STREQ(s2, "  1    17    101.25  ignored");
   EXPECT_STREQ(s3, "     34.5");
+  // A point beyond the model's runs (an image given beside them) is shown
+  // without an event.
+  add_image_file(&image_files, "extra", 0, 0);
+  image_files.next->next->start_image = 36;
+  image_files.next->next->end_image = 39;
+  graph.icursor.x = 38;
+  graph.cursor = POINT2D{76.0f, 5.0f};
+  Captured c = capture_output([&] { get_info_GLM_TimeSeriesModel(1, s1, s2, s3); });
+  EXPECT_EQ(c.exit_status, -1);
+  EXPECT_STREQ(s2, "  3     2      5.00   ");
+  EXPECT_STREQ(s3, "       76");
 }
 
 }  // namespace
