@@ -14,18 +14,6 @@
 
 namespace {
 
-std::vector<std::string> split_words(const char *line) {
-  std::vector<std::string> words;
-  const char *p = line;
-  while (*p) {
-    while (*p && isspace(static_cast<unsigned char>(*p))) p++;
-    const char *start = p;
-    while (*p && !isspace(static_cast<unsigned char>(*p))) p++;
-    if (p > start) words.emplace_back(start, p);
-  }
-  return words;
-}
-
 // Copies what is left of the file to standard output byte for byte.
 void print_rest_of_file(FILE *fp) {
   char buffer[4096];

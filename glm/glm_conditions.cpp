@@ -10,6 +10,7 @@
 #include "glm_internal.h"
 #include "zor_alloc.h"
 #include "zor_glm.h"
+#include "zor_text.h"
 #include "zor_matrix.h"
 
 namespace {
@@ -18,19 +19,6 @@ namespace {
 // count after the design has been rebuilt and before the conditions are.
 int ncoeff_save = 0;
 int contrast_width = 0;
-
-std::vector<std::string> words_of(const char *text) {
-  std::vector<std::string> words;
-  const char *p = text;
-  while (*p) {
-    while (*p && isspace((unsigned char)*p)) p++;
-    if (!*p) break;
-    const char *start = p;
-    while (*p && !isspace((unsigned char)*p)) p++;
-    words.emplace_back(start, p - start);
-  }
-  return words;
-}
 
 void release_conditions(void) {
   for (int k = 0; k < GLM.nconditions && k < GLM_MAX_CONDITIONS; k++) {
@@ -91,7 +79,7 @@ int GLM_define_conditions(int DefineContrasts, char *condition_string, int *ncon
   contrast_width = GLM.ncoeff > GLM.nevents ? GLM.ncoeff : GLM.nevents;
   if (contrast_width < 1) contrast_width = 1;
 
-  std::vector<std::string> words = words_of(condition_string);
+  std::vector<std::string> words = split_words(condition_string);
   if (words.empty()) {
     *nconditions = 0;
     return 0;

@@ -1,11 +1,13 @@
 // The model's control file: a keyword block, a "runs:" line, then one line
 // per run naming its image, its event file and optionally its table.
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
 #include "glm_internal.h"
 #include "zor_glm.h"
 #include "zor_header.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 int glm_output_info = 0;
@@ -59,7 +61,7 @@ int decode_scale_event(char *argument) {
   float scale;
   char word[ZOR_LINE];
   int n = -1;
-  if (sscanf(argument, "%f %1023s", &scale, word) == 2) n = GLM_EventNumberFromCharID(word[0]);
+  if (sscanf(argument, "%f %1023s", &scale, word) == 2 && std::isfinite(scale)) n = GLM_EventNumberFromCharID(word[0]);
   // A comma names no slot of the table; it gets the usage message too.
   if (n < 0) {
     puts("Error: use `scale-event [scale] [event].");
@@ -73,7 +75,7 @@ int decode_noise_model(char *argument) {
   char word[ZOR_LINE];
   float half_life = 0.0f;
   int nread = sscanf(argument, "%1023s %f", word, &half_life);
-  if (nread < 1) {
+  if (nread < 1 || (nread == 2 && !std::isfinite(half_life))) {
     puts("Error: `noise-model' requires a character argument (OLS,iWLS,fPET)");
     return -1;
   }
@@ -93,7 +95,7 @@ int decode_noise_model(char *argument) {
 
 int decode_band(char *argument, float *low, float *high, const char *message) {
   float a, b;
-  if (sscanf(argument, "%g %g", &a, &b) != 2) {
+  if (sscanf(argument, "%g %g", &a, &b) != 2 || !std::isfinite(a) || !std::isfinite(b)) {
     puts(message);
     return -1;
   }
@@ -142,7 +144,7 @@ int GLMInternal_decode_keyword(char *line) {
     int order;
     float smooth;
     int nread = sscanf(argument, "%d %f", &order, &smooth);
-    if (nread < 1) {
+    if (nread < 1 || (nread == 2 && !std::isfinite(smooth))) {
       puts("Error: `AR' requires an integer argument.");
       return -1;
     }
@@ -242,7 +244,7 @@ void separate_abutting_stimuli(void) {
 int read_run_lines(FILE *fp) {
   char line[ZOR_LINE];
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (glm_line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     int irun = GLM_input.nruns;
     if (irun >= GLM_MAX_RUNS) {
       printf("Error: more than %d runs are listed in the control file.\n", GLM_MAX_RUNS);
@@ -276,7 +278,7 @@ int read_run_lines(FILE *fp) {
 int GLM_read_control_file(char *file_name, int notify) {
   GLM_reset_model();
 
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error: cannot open the file %s.\n", file_name);
     return 1;
@@ -285,7 +287,7 @@ int GLM_read_control_file(char *file_name, int notify) {
   char line[ZOR_LINE];
   int line_number = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (glm_line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     line_number++;
     int result = GLMInternal_decode_keyword(line);
     if (result < 0) {

@@ -2,6 +2,7 @@
 // in an event file, an example of the shape's format.
 #include <cstdio>
 
+#include "glm_internal.h"
 #include "zor_glm.h"
 
 namespace {
@@ -15,7 +16,7 @@ void tail_on_off(void) {
 // The character of an interaction partner, which is stored as a number.
 char partner_char(float value) {
   char c;
-  if (GLM_EventCharIDFromInteger((int)value, &c)) return '?';
+  if (GLM_EventCharIDFromInteger(glm_whole_number(value), &c)) return '?';
   return c;
 }
 

@@ -9,6 +9,7 @@
 #include "zor_alloc.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -101,6 +102,11 @@ int shape_of_header(EventReader &r, int event_number, char id, const char *word,
     } else if (!(r.tau1 > 0.0f)) {
       printf("Error reading stim %d of event %c:\n", r.istim, id);
       printf("Gamma & sigmoid time constants (%f) must be > 0\n", r.tau1);
+    } else if (shape == SHAPE_GAMMA && nread == 4 && !(r.tau2 >= 0.0f && r.tau2 <= GLM_MAX_GAMMA_ALPHA)) {
+      // Beyond this the two factors of the gamma shape overflow before
+      // their product is taken.
+      printf("Error reading stim %d of event %c:\n", r.istim, id);
+      printf("The gamma shape parameter alpha (%g) must be from 0 to %g.\n", r.tau2, GLM_MAX_GAMMA_ALPHA);
     } else {
       if (nread == 4) *alpha = r.tau2;
       return shape;
@@ -115,6 +121,9 @@ int shape_of_header(EventReader &r, int event_number, char id, const char *word,
     } else if (!(r.tau1 > 0.0f)) {
       printf("Error reading stim %d of event %c:\n", r.istim, id);
       printf("Sine and cosine events must have a period (%g) must be > 0\n", r.tau1);
+    } else if (!std::isfinite((float)(6.283185308 / r.tau1))) {
+      printf("Error reading stim %d of event %c:\n", r.istim, id);
+      printf("The period (%g) of a sine or cosine event is too short.\n", r.tau1);
     } else {
       return shape;
     }
@@ -136,7 +145,7 @@ int shape_of_header(EventReader &r, int event_number, char id, const char *word,
     return -1;
   }
   if (!strcmp(word, "table")) {
-    int icolumn = (int)r.tau1;
+    int icolumn = glm_whole_number(r.tau1);
     if (nread != 3) {
       words_read_message(r, event_number, nread, "For table events, give the column entry.");
     } else if (icolumn < 0 || icolumn > GLM.table_ncolumns[r.irun]) {
@@ -149,7 +158,7 @@ int shape_of_header(EventReader &r, int event_number, char id, const char *word,
     return -1;
   }
   if (!strcmp(word, "baseline")) {
-    int iorder = (int)r.tau1;
+    int iorder = glm_whole_number(r.tau1);
     int shape = SHAPE_BASELINE0 + (iorder >= 0 && iorder <= 3 ? iorder : 0);
     if (nread != 3) {
       words_read_message(r, event_number, nread, "For baseline events, give the polynomial order.");
@@ -226,14 +235,20 @@ int check_known_event(EventReader &r, int index, int shape, float alpha) {
 int read_header(EventReader &r, char *line) {
   char id[ZOR_LINE], word[ZOR_LINE] = "", w1[ZOR_LINE] = "", w2[ZOR_LINE] = "";
   int nread = sscanf(line, "%1023s %1023s %1023s %1023s", id, word, w1, w2);
-  if (nread >= 3) sscanf(w1, "%f", &r.tau1);
-  if (nread >= 4) sscanf(w2, "%f", &r.tau2);
+  int infinite = 0;
+  if (nread >= 3 && sscanf(w1, "%f", &r.tau1) == 1 && !std::isfinite(r.tau1)) infinite = 1;
+  if (nread >= 4 && sscanf(w2, "%f", &r.tau2) == 1 && !std::isfinite(r.tau2)) infinite = 1;
   r.istim = 0;
 
   int event_number = id[0] == '-' ? EXCLUSION : GLM_EventNumberFromCharID(id[0]);
   if (event_number == 0) {
     printf("Event number (%d) for event (%c) is not allowed on line %d in file %s\n", event_number, id[0],
            r.line_number, r.file_name);
+    return 1;
+  }
+  if (infinite) {
+    printf("Error on line %d for event type %d in file %s\n", r.line_number, event_number, r.file_name);
+    puts("The numbers of an event header must be finite.");
     return 1;
   }
   float alpha;
@@ -273,7 +288,7 @@ int read_header(EventReader &r, char *line) {
   float run_on = GLM.run_start[r.irun] * GLM.tr[0];
   float run_off = GLM.run_stop[r.irun] * GLM.tr[0];
   if (shape == SHAPE_TABLE) {
-    int icolumn = (int)r.tau1;
+    int icolumn = glm_whole_number(r.tau1);
     append_stimulus(index, run_on, run_off, 1.0f, icolumn);
     if (icolumn >= GLM.table_ncolumns[r.irun]) {
       printf("Error: column number (%d) for event %c\n", icolumn, id[0]);
@@ -339,12 +354,35 @@ int read_stimulus(EventReader &r, char *line) {
     printf("Error: OFF time must be > ON time for stim %d of event %c.\n", r.istim, GLM_EventCharID(r.event_number));
     return 1;
   }
+  if (r.event_number != EXCLUSION) {
+    float last = (GLM.run_stop[r.irun] - GLM.run_start[r.irun]) * GLM.tr[r.irun];
+    if (!std::isfinite(off) || !std::isfinite(magnitude)) {
+      printf("Error reading line %d of the GLM file %s\n", r.line_number, r.file_name);
+      printf("The times and magnitude of stim %d of event %c must be finite numbers.\n", r.istim,
+             GLM_EventCharID(r.event_number));
+      return 1;
+    }
+    if (on > last) {
+      printf("Error reading line %d of the GLM file %s\n", r.line_number, r.file_name);
+      printf("Stim %d of event %c starts after the last time point of its run (%g seconds).\n", r.istim,
+             GLM_EventCharID(r.event_number), last);
+      return 1;
+    }
+  }
   if (r.event_number == EXCLUSION && on > off) {
     // An exclusion block has no character: this message cannot be completed.
     printf("Error: OFF time must be >= ON time for exclusion segments (event %c).\n", GLM_EventCharID(r.event_number));
     return 1;
   }
   if (r.event_number == EXCLUSION) {
+    // Segments are time points of this run: anything else (NaN, infinities,
+    // values past the run's end) would turn into a meaningless index.
+    int last = GLM.run_stop[r.irun] - GLM.run_start[r.irun];
+    if (!std::isfinite(on) || !(off < (float)last + 1.0f)) {
+      printf("Error reading line %d of the GLM file %s\n", r.line_number, r.file_name);
+      printf("Excluded segments are time points of the run, from 0 to %d.\n", last);
+      return 1;
+    }
     if (GLM.nexclude >= GLM_MAX_EXCLUDE) {
       printf("Error: the number of segments to exclude (%d) > max dimension in program (%d).\n", GLM.nexclude + 1,
              GLM_MAX_EXCLUDE);
@@ -384,7 +422,7 @@ int read_event_lines(FILE *fp, EventReader &r) {
   int header_next = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
     r.line_number++;
-    if (glm_line_is_blank(line)) {
+    if (is_blank_line(line)) {
       header_next = 1;
       continue;
     }
@@ -398,7 +436,7 @@ int read_event_lines(FILE *fp, EventReader &r) {
 }  // namespace
 
 int GLM_read_event_file(char *file_name, int irun, int ntime_run) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error attempting to open the GLM file %s.\n", file_name);
     return 1;
@@ -411,7 +449,8 @@ int GLM_read_event_file(char *file_name, int irun, int ntime_run) {
     fclose(fp);
     return 1;
   }
-  if (sscanf(line, "%f", &tr) != 1) {
+  // A step that is not a positive number would put every sample at one time.
+  if (sscanf(line, "%f", &tr) != 1 || !(tr > 0.0f) || !std::isfinite(tr)) {
     printf("Error reading line %d of the GLM file %s (TR).\n", r.line_number, file_name);
     fclose(fp);
     return 1;

@@ -97,6 +97,7 @@ static void fit_series(const FitCopies &d, int ntime, const float *data_vector, 
   int c = 0;
   for (; c + 16 <= nc; c += 16) project_group<4>(d, c, ntime, weighted.data(), beta);
   switch ((nc - c + 3) / 4) {
+    case 4: project_group<4>(d, c, ntime, weighted.data(), beta); break;  // 13 to 15 left
     case 3: project_group<3>(d, c, ntime, weighted.data(), beta); break;
     case 2: project_group<2>(d, c, ntime, weighted.data(), beta); break;
     case 1: project_group<1>(d, c, ntime, weighted.data(), beta); break;

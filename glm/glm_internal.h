@@ -4,10 +4,15 @@
 
 #include <cstdio>
 
-// A line counts as blank when it holds nothing a number scan could start on.
-inline int glm_line_is_blank(const char *line) {
-  int value;
-  return sscanf(line, "%d", &value) == EOF;
+// The largest shape parameter of a gamma event: up to it the shape's two
+// factors stay within range wherever the shape is not vanishingly small.
+constexpr float GLM_MAX_GAMMA_ALPHA = 100.0f;
+
+// A number read as a count, an order or an event number: truncated towards
+// zero, or INT_MIN when it is no number or lies outside the range of int.
+inline int glm_whole_number(float value) {
+  if (!(value > -2147483648.0f && value < 2147483648.0f)) return -2147483647 - 1;
+  return (int)value;
 }
 
 // Whether the notify keyword or the reader's own argument asked for reports.

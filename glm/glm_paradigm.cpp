@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "glm_internal.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
 
@@ -36,7 +37,14 @@ int GLMInternal_create_stimulus_paradigm(int index_event, int nsteps_per_tr, flo
         case SHAPE_EXPDOWN: paradigm[i] += m * exp(-u); break;
         case SHAPE_SINE: paradigm[i] += m * sin(w * (t - on)); break;
         case SHAPE_COSINE: paradigm[i] += m * cos(w * (t - on)); break;
-        case SHAPE_GAMMA: paradigm[i] += m * pow(u, alpha) * exp((1 - u) * alpha); break;
+        case SHAPE_GAMMA: {
+          // Far from the peak one factor overflows while the other vanishes:
+          // the value there is 0.
+          auto value = m * pow(u, alpha) * exp((1 - u) * alpha);
+          if (!std::isfinite(value)) value = 0;
+          paradigm[i] += value;
+          break;
+        }
         case SHAPE_SIGMOID: paradigm[i] += m * u / sqrt(1 + u * u); break;
         default: break;
       }
@@ -95,8 +103,8 @@ int index_of_event(int event_number) {
 }  // namespace
 
 void GLMInternal_create_interaction(int index_event, float *paradigm) {
-  int a = index_of_event((int)GLM.event_tau1[index_event]);
-  int b = index_of_event((int)GLM.event_tau2[index_event]);
+  int a = index_of_event(glm_whole_number(GLM.event_tau1[index_event]));
+  int b = index_of_event(glm_whole_number(GLM.event_tau2[index_event]));
   if (a < 0 || b < 0 || a == b) {
     puts("Programming error in function GLMInternal_create_interaction.");
     printf("icoeff1 = %d, icoeff2 = %d\n", a, b);

@@ -6,6 +6,7 @@
 
 #include "zor_alloc.h"
 #include "zor_glm.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -37,7 +38,7 @@ void release_vectors(void) {
 const char *const ordinal_line[3] = {"1st", "2nd", "3rd"};
 
 int read_response_file(const char *file_name) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error attempting to open the IRF file %s.\n", file_name);
     return 1;
@@ -45,6 +46,7 @@ int read_response_file(const char *file_name) {
   char line[ZOR_LINE];
   for (int k = 0; k < 3; k++) {
     if (!get_line_with_comment(fp, line, ZOR_LINE)) {
+      printf("Error reading the %s line of the IRF file %s.\n", ordinal_line[k], file_name);
       fclose(fp);
       return 1;
     }

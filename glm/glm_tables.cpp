@@ -9,27 +9,18 @@
 #include "zor_alloc.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
 
-std::vector<std::string> words_of(const char *line) {
-  std::vector<std::string> words;
-  const char *p = line;
-  while (*p) {
-    while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' || *p == '\f') p++;
-    if (!*p) break;
-    const char *start = p;
-    while (*p && !(*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' || *p == '\f')) p++;
-    words.emplace_back(start, p - start);
-  }
-  return words;
-}
-
 int read_column_names(FILE *fp, const char *file_name, int irun) {
   char line[ZOR_LINE];
-  if (!get_line_with_comment(fp, line, ZOR_LINE)) return 1;
-  std::vector<std::string> names = words_of(line);
+  if (!get_line_with_comment(fp, line, ZOR_LINE)) {
+    printf("Error reading line %d of TABLE file %s\n", 1, file_name);
+    return 1;
+  }
+  std::vector<std::string> names = split_words(line);
   int ncolumns = (int)names.size();
   if (ncolumns > GLM_MAX_TABLE_COLUMNS) {
     printf("Error: the TABLE file %s has %d columns, more than the %d allowed.\n", file_name, ncolumns,
@@ -55,7 +46,7 @@ int read_column_names(FILE *fp, const char *file_name, int irun) {
 
 int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
   if (file_name[0] == '\0') return 0;
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error attempting to open the TABLE file %s.\n", file_name);
     return 1;
@@ -85,7 +76,7 @@ int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
   int ncolumns = GLM.table_ncolumns[irun];
   for (int t = 0; t < ntime; t++) {
     get_line_with_comment(fp, line, ZOR_LINE);
-    std::vector<std::string> words = words_of(line);
+    std::vector<std::string> words = split_words(line);
     for (int c = 0; c < ncolumns; c++) {
       if (c >= (int)words.size()) {
         printf("Error reading line %d of TABLE file %s\n", t + 2, file_name);
@@ -94,7 +85,7 @@ int GLM_read_table_file(char *file_name, int irun, int ntime_run) {
       }
       float value;
       if (sscanf(words[c].c_str(), "%f", &value) != 1) continue;  // not a number: left as it was
-      if (std::isnan(value)) {
+      if (!std::isfinite(value)) {  // infinities are no usable entry either
         printf("Error: table entry %d in column %d of run %d is not a number.\n", t, c, irun + 1);
         fclose(fp);
         zor_exit(1);

@@ -21,7 +21,13 @@
 #include "zor_roi_files.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"
+#include "zor_regular_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
+#include "zor_rem.h"
+#include "zor_srtm.h"
+#include "zor_curve_fit.h"
+#include "zor_align.h"
+#include "zor_fit.h"
 
 #endif

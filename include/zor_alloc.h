@@ -10,6 +10,8 @@
 [[noreturn]] void alloc_error(const char *message);
 
 char *char_vector(int count);
+// A 64-bit count, for buffers of whole volumes of wide values.
+char *char_vector_long(int64_t count);
 unsigned char *unsigned_char_vector(int count);
 int16_t *short_vector(int count);
 uint16_t *unsigned_short_vector(int count);

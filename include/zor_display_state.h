@@ -214,6 +214,18 @@ void set_bottom_strip_widths(void);
 // PixelScale so that the window fits the screen, then lays it out.
 void choose_image_window_geometry(int screen_width, int screen_height, int first_call);
 
+// Voxel sides as the display uses them: a side that is zero, negative, not a
+// number, infinite or denormal is shown as 1 (the layout warns once).
+POINT3D display_voxel_size(const data_stack *stack);
+// Largest extent, in display pixels, of a volume along one axis.
+constexpr int LAYOUT_PIXEL_LIMIT = 1 << 24;
+// Largest side of a window or pixmap that X can describe.
+constexpr int X_MAX_SIDE = 32767;
+// Width (with room for the right panel's images) and height of the image
+// window the last layout needs, clipped to int; and whether X can make it.
+IPOINT2D image_window_size(void);
+int image_window_fits_x(void);
+
 // Pointer classification in window coordinates.
 void define_mosaic_cursor_location(int x2d, int y2d);
 void CursorSelection_OnImageWindow(int x2d, int y2d);

@@ -77,6 +77,11 @@ void swap_32(void *pointer);
 
 // NIfTI-1 and FreeSurfer headers.
 int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header);
+// The one size check of every header reader: each of x, y, z, t at least 1
+// ("Error: Value for x dimension not found in header file '<name>'"), and a
+// volume, its stored values and the whole series countable in 32 bits.
+// Returns 0, or 1 after its message.
+int check_volume_dimensions(const XD_HEADER *header, const char *name);
 int read_freesurfer_header(const char *file_name, XD_HEADER *header);
 // `values` holds FS_NVALUES floats: the corner coordinates (r, a, s each)
 // and the acquisition values that have no field in XD_HEADER.

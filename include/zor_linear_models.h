@@ -26,7 +26,8 @@ struct general_glm_record {
 
 // One model of each kind at a time: each definition replaces the last.
 extern poly_glm_record PolyGLM;
-extern general_glm_record GeneralGLM;
+// The general model is one per thread, so that threads may fit curves side by side.
+extern __thread general_glm_record GeneralGLM;
 
 // `order` columns (1 to 4) of 1, j/n - 0.5, j²/n² - 1/3, j³/n³ - 0.25;
 // `weights` one per point, 0 leaving the point out of the fit.

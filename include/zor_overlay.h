@@ -41,8 +41,8 @@ struct ovl_list {
   int npts;         // voxels in use
   int16_t color;    // from defined_colors
   int active;       // true for the node selected in the list
-  IPOINT3D *voxel;  // room for n3d voxels
-  float *weight;    // room for n3d weights
+  IPOINT3D *voxel;  // the root: room for n3d voxels; list nodes: their npts entries
+  float *weight;    // likewise
   ovl_list *next;
 };
 

@@ -3,6 +3,8 @@
 #define ZOR_TEXT_H
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 int is_upper_case(int c);
 int to_lower_case(int c);  // adds 32 unconditionally: test first
@@ -15,6 +17,13 @@ const char *next_non_white(const char *ptr);
 char *get_line(FILE *stream, char *buffer, int size);
 // The same, cut at the first '#'.
 char *get_line_with_comment(FILE *stream, char *buffer, int size);
+
+// The words of a line, split at white space (blanks, tabs, line ends, as
+// the C scanners skip them). Every reader splits its lines with this.
+std::vector<std::string> split_words(const char *line);
+// True when a line holds nothing but white space: the one test of a blank
+// line for every reader.
+int is_blank_line(const char *line);
 
 // Option scanner over one argument list; see my_getopt_reset.
 int my_getopt(int argc, char **argv, const char *option_string, int *which_arg);

@@ -1,10 +1,13 @@
-// Vectors and row-pointer matrices. Byte sizes are computed in 32 bits, as
-// the format of these records has always done; a size that does not fit is
-// reported as an allocation failure rather than wrapped.
+// Vectors and row-pointer matrices. Byte sizes are computed in 64 bits; a
+// size that does not fit is reported as an allocation failure rather than
+// wrapped. Storage taken with operator new (the containers used inside the
+// readers) fails the same way: through alloc_error, never by an exception
+// that would end the program without its message.
 #include "zor_alloc.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "zor_exit.h"
 
@@ -17,12 +20,16 @@ void alloc_error(const char *message) {
 
 namespace {
 
+[[noreturn]] void new_failed() { alloc_error("Allocation error in operator new()."); }
+
+// Installed before main, so that it covers every program of the project.
+const bool new_handler_installed = (std::set_new_handler(new_failed), true);
+
 template <typename T>
 T *allocate_vector(int64_t count, const char *message) {
-  // One vector is limited to what a 32-bit byte count can describe.
   if (count < 0) alloc_error(message);
-  uint64_t bytes = static_cast<uint64_t>(count) * sizeof(T);
-  if (bytes > 0xFFFFFFFFull) alloc_error(message);
+  if (static_cast<uint64_t>(count) > SIZE_MAX / sizeof(T)) alloc_error(message);
+  size_t bytes = static_cast<size_t>(count) * sizeof(T);
   void *p = malloc(bytes ? bytes : 1);
   if (!p) alloc_error(message);
   return static_cast<T *>(p);
@@ -46,6 +53,7 @@ void release_matrix(T **m, int nrows) {
 }  // namespace
 
 char *char_vector(int n) { return allocate_vector<char>(n, "Allocation error in char_vector()."); }
+char *char_vector_long(int64_t n) { return allocate_vector<char>(n, "Allocation error in char_vector()."); }
 unsigned char *unsigned_char_vector(int n) { return allocate_vector<unsigned char>(n, "Allocation error in char_vector()."); }
 int16_t *short_vector(int n) { return allocate_vector<int16_t>(n, "Allocation error in short_vector()."); }
 uint16_t *unsigned_short_vector(int n) { return allocate_vector<uint16_t>(n, "Allocation error in short_vector()."); }

@@ -9,6 +9,7 @@
 #include "zor_exit.h"
 #include "zor_geometry.h"
 #include "zor_header.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -36,14 +37,8 @@ float corner_distance(const float *values, int from, int to, int count) {
   return sqrtf(r * r + a * a + s * s);
 }
 
-bool line_is_blank(const char *line) {
-  for (const char *p = line; *p; p++)
-    if (*p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') return false;
-  return true;
-}
-
 bool file_exists(const std::string &name) {
-  FILE *fp = fopen(name.c_str(), "rb");
+  FILE *fp = fopen_regular(name.c_str(), "rb");
   if (!fp) return false;
   fclose(fp);
   return true;
@@ -91,7 +86,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   }
 
   const std::string bhdr_name = stem.substr(0, stem.size() - 1) + ".bhdr";
-  FILE *fp = fopen(bhdr_name.c_str(), "r");
+  FILE *fp = fopen_regular(bhdr_name.c_str(), "r");
   if (!fp) {
     printf("Error: cannot open freesurfer bhdr file %s.\n", bhdr_name.c_str());
     return 1;
@@ -100,7 +95,7 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   char line[ZOR_LINE];
   int line_number = 1;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (line_is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     if (decode_freesurfer_header_keyword(line, header, values)) {
       printf("Error reading line %d of file '%s'\n", line_number, bhdr_name.c_str());
       fclose(fp);
@@ -110,26 +105,12 @@ int read_freesurfer_header(const char *file_name, XD_HEADER *header) {
   }
   fclose(fp);
 
-  // Negative counts are refused like missing ones: nothing could be read.
-  const int counts[4] = {header->dim.x, header->dim.y, header->dim.z, header->nt};
-  const char axes[4] = {'x', 'y', 'z', 't'};
-  for (int i = 0; i < 4; i++) {
-    if (counts[i] < 1) {
-      printf("Error: Value for %c dimension not found in header file '%s'\n", axes[i],
-             bhdr_name.c_str());
-      return 1;
-    }
-  }
-  if (static_cast<long long>(header->dim.x) * header->dim.y * header->dim.z > 0x7fffffffLL) {
-    printf("Error: the volume of %d x %d x %d voxels in file %s is too large.\n", header->dim.x,
-           header->dim.y, header->dim.z, bhdr_name.c_str());
-    return 1;
-  }
+  if (check_volume_dimensions(header, bhdr_name.c_str())) return 1;
   header->resolution.x = corner_distance(values, FS_TOP_LEFT, FS_TOP_RIGHT, header->dim.x);
   header->resolution.y = corner_distance(values, FS_TOP_RIGHT, FS_BOTTOM_RIGHT, header->dim.y);
 
   const std::string slice_header = stem + "000.hdr";
-  fp = fopen(slice_header.c_str(), "r");
+  fp = fopen_regular(slice_header.c_str(), "r");
   if (!fp) {
     printf("Error: cannot open freesurfer file %s.\n", slice_header.c_str());
     return 1;

@@ -8,11 +8,11 @@
 #include "zor_exit.h"
 #include "zor_linear_models.h"
 
-general_glm_record GeneralGLM;
+__thread general_glm_record GeneralGLM;
 
 namespace {
 
-bool general_first_call = true;
+thread_local bool general_first_call = true;
 
 void free_general_glm() {
   const int nt = GeneralGLM.nt, nc = GeneralGLM.ncoeff;

@@ -12,6 +12,7 @@
 #include "zor_display_state.h"
 #include "zor_exit.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -55,11 +56,6 @@ bool next_word(const char **p, std::string *word) {
   return true;
 }
 
-bool is_blank(const char *line) {
-  std::string word;
-  return !next_word(&line, &word);
-}
-
 // One entry of a list line. Returns 0, or 1 after printing which field was
 // missing.
 struct list_entry {
@@ -95,12 +91,10 @@ void copy_name(char *destination, const std::string &name) {
   snprintf(destination, ZOR_LINE, "%s", name.c_str());
 }
 
-int shown_n3d() { return mosaic.stack ? mosaic.stack->n3d : 0; }
-
 // Walks a list file and hands every entry to `add`. Returns 0 or 1.
 template <typename Add>
 int read_list(const char *list_file_name, list_kind kind, Add add) {
-  FILE *fp = fopen(list_file_name, "r");
+  FILE *fp = fopen_regular(list_file_name, "r");
   if (!fp) {
     printf("Error: cannot open the file %s.\n", list_file_name);
     return 1;
@@ -108,7 +102,7 @@ int read_list(const char *list_file_name, list_kind kind, Add add) {
   char line[ZOR_LINE];
   int entry = 0;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     entry++;
     list_entry e;
     if (parse_entry(line, entry, kind, &e)) {
@@ -142,11 +136,9 @@ int read_overlay_list(const char *list_file_name) {
     node->npts = 0;
     node->active = 0;
     node->color = static_cast<int16_t>(overlay_list_color(e.color_name.c_str()));
-    int n3d = shown_n3d();
-    node->voxel = ipoint3d_vector(n3d);
-    node->weight = float_vector(n3d);
-    memset(node->voxel, 0, sizeof(IPOINT3D) * static_cast<size_t>(n3d));
-    memset(node->weight, 0, sizeof(float) * static_cast<size_t>(n3d));
+    // The reader gives the node storage for exactly what it reads.
+    node->voxel = nullptr;
+    node->weight = nullptr;
     node->next = nullptr;
     read_overlay_file(e.file_name.c_str(), node);
   });

@@ -71,11 +71,6 @@ int scan_floats(const char *p, float *values, int count) {
   return n;
 }
 
-bool is_blank(const char *line) {
-  std::string word;
-  return !scan_word(line, &word);
-}
-
 int decode_data_type(const std::string &word, XD_HEADER *header) {
   if (word == "magnitude") {
     header->data_type = DATA_MAGNITUDE;
@@ -221,7 +216,7 @@ int read_vistrel_header(const char *file_name, XD_HEADER *header) {
   }
 
   char line[ZOR_LINE];
-  if (get_line_with_comment(fp, line, ZOR_LINE) && !is_blank(line)) {
+  if (get_line_with_comment(fp, line, ZOR_LINE) && !is_blank_line(line)) {
     // The older layout began with a line of four integers.
     int four[4];
     if (decode_vistrel_header_keyword(line, header) != 0 && scan_ints(line, four, 4) != 4) {
@@ -233,7 +228,7 @@ int read_vistrel_header(const char *file_name, XD_HEADER *header) {
 
   int line_number = 1;
   while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (is_blank(line)) continue;
+    if (is_blank_line(line)) continue;
     const int result = decode_vistrel_header_keyword(line, header);
     if (result == -1) break;
     if (result > 0) {
@@ -245,16 +240,7 @@ int read_vistrel_header(const char *file_name, XD_HEADER *header) {
   }
   fclose(fp);
 
-  const struct {
-    int value;
-    const char *axis;
-  } required[] = {{header->dim.x, "x"}, {header->dim.y, "y"}, {header->dim.z, "z"}, {header->nt, "t"}};
-  for (const auto &r : required) {
-    if (r.value == 0) {
-      printf("Error: Value for %s dimension not found in header file '%s'\n", r.axis, header_name);
-      return 1;
-    }
-  }
+  if (check_volume_dimensions(header, header_name)) return 1;
 
   header->ijk_to_xyz = scale_and_shift_to_mat44(header->resolution, header->origin, header->direction);
   return 0;

@@ -9,6 +9,7 @@
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_nifti_quaternion.h"
+#include "zor_regular_file.h"
 
 namespace {
 
@@ -134,29 +135,6 @@ int set_storage_type(int datatype, XD_HEADER *header) {
   return 0;
 }
 
-int check_dimensions(const XD_HEADER *header, const char *name) {
-  const int values[4] = {header->dim.x, header->dim.y, header->dim.z, header->nt};
-  const char axes[4] = {'x', 'y', 'z', 't'};
-  for (int i = 0; i < 4; i++) {
-    if (values[i] < 1) {
-      printf("Error: Value for %c dimension not found in header file '%s'\n", axes[i], name);
-      return 1;
-    }
-  }
-  // Voxel counts are kept in 32 bits everywhere; refuse what would not fit.
-  const int components = header->data_type == DATA_VECTOR   ? 3
-                         : header->data_type == DATA_MAGNITUDE ? 1
-                                                             : 2;
-  const int64_t values_per_volume = static_cast<int64_t>(header->dim.x) * header->dim.y *
-                                    header->dim.z * components;
-  if (values_per_volume > INT_MAX) {
-    printf("Error: the volume of %d x %d x %d voxels in file %s is too large.\n", header->dim.x,
-           header->dim.y, header->dim.z, name);
-    return 1;
-  }
-  return 0;
-}
-
 void set_transform(int Verbose, const Nifti1Fields &f, const char *name, XD_HEADER *header) {
   if (f.qform_code == 0) {
     if (Verbose)
@@ -199,7 +177,7 @@ int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header) {
     snprintf(name, sizeof name, "%s", file_name);
   }
 
-  FILE *fp = fopen(name, "rb");
+  FILE *fp = fopen_regular(name, "rb");
   if (!fp) {
     printf("Error: cannot open Nifti file %s.\n", name);
     return 1;
@@ -238,7 +216,7 @@ int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header) {
 
   if (set_storage_type(f.datatype, header)) return 1;
   if (f.dim[0] == 5 && f.dim[5] == 3) header->data_type = DATA_VECTOR;
-  if (check_dimensions(header, name)) return 1;
+  if (check_volume_dimensions(header, name)) return 1;
   set_transform(Verbose, f, name, header);
   return 0;
 }

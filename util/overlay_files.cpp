@@ -2,11 +2,15 @@
 // zero-based voxel indices of the shown stack and a weight from 0 to 1.
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <vector>
 
+#include "zor_alloc.h"
 #include "zor_atomic_file.h"
 #include "zor_display_state.h"
 #include "zor_exit.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 #include "zor_text.h"
 
 namespace {
@@ -31,40 +35,64 @@ void print_syntax_help() {
   zor_exit(1);
 }
 
+// Entries read for a list node, added to the node when the file is done.
+struct NodeEntries {
+  std::vector<IPOINT3D> voxel;
+  std::vector<float> weight;
+};
+
 // Stores one checked voxel. Returns 0, or 1 when a list node is full.
-int store_voxel(ovl_list *ovl, IPOINT3D dim, int x, int y, int z, float w, const char *file_name) {
+int store_voxel(ovl_list *ovl, NodeEntries *entries, IPOINT3D dim, int x, int y, int z, float w,
+                const char *file_name) {
   if (ovl == &ovl_root) {
     int64_t i = flat_index(dim, x, y, z);
     overlay_map.weight[i] = w;
     overlay_map.color[i] = ovl_root.color;
     return 0;
   }
-  // A node has room for one entry per voxel; repeated lines could exceed it.
+  // A node holds at most one entry per voxel; repeated lines could exceed it.
   int64_t room = static_cast<int64_t>(dim.x) * dim.y * dim.z;
-  if (ovl->npts >= room) {
+  if (ovl->npts + static_cast<int64_t>(entries->voxel.size()) >= room) {
     printf("Error: the overlay in file %s holds more entries than the image has voxels.\n",
            file_name);
     return 1;
   }
-  ovl->voxel[ovl->npts] = IPOINT3D{x, y, z};
-  ovl->weight[ovl->npts] = w;
-  ovl->npts++;
+  entries->voxel.push_back(IPOINT3D{x, y, z});
+  entries->weight.push_back(w);
   return 0;
+}
+
+// A list node holds exactly its entries, not room for a whole volume: long
+// lists of regions, or of files that do not exist, cost next to nothing.
+void append_to_node(ovl_list *ovl, const NodeEntries &entries) {
+  const int added = static_cast<int>(entries.voxel.size());
+  if (added == 0) return;
+  const int total = ovl->npts + added;
+  IPOINT3D *voxel = ipoint3d_vector(total);
+  float *weight = float_vector(total);
+  if (ovl->npts > 0) {
+    memcpy(voxel, ovl->voxel, sizeof(IPOINT3D) * static_cast<size_t>(ovl->npts));
+    memcpy(weight, ovl->weight, sizeof(float) * static_cast<size_t>(ovl->npts));
+  }
+  memcpy(voxel + ovl->npts, entries.voxel.data(), sizeof(IPOINT3D) * static_cast<size_t>(added));
+  memcpy(weight + ovl->npts, entries.weight.data(), sizeof(float) * static_cast<size_t>(added));
+  free_ipoint3d_vector(ovl->voxel);
+  free_float_vector(ovl->weight);
+  ovl->voxel = voxel;
+  ovl->weight = weight;
+  ovl->npts = total;
 }
 
 }  // namespace
 
 int read_overlay_file(const char *file_name, ovl_list *ovl) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error opening file %s\n", file_name);
     return 1;
   }
-  if (ovl == &ovl_root) {
-    if (!overlay_map.weight || !overlay_map.color) missing_storage("overlay_map");
-  } else if (!ovl->voxel || !ovl->weight) {
-    missing_storage(ovl->name);
-  }
+  if (ovl == &ovl_root && (!overlay_map.weight || !overlay_map.color)) missing_storage("overlay_map");
+  NodeEntries entries;
   IPOINT3D dim = shown_dim();
   char line[ZOR_LINE];
   int result = 0;
@@ -90,12 +118,14 @@ int read_overlay_file(const char *file_name, ovl_list *ovl) {
       result = 1;
       break;
     }
-    if (store_voxel(ovl, dim, x, y, z, w, file_name)) {
+    if (store_voxel(ovl, &entries, dim, x, y, z, w, file_name)) {
       result = 1;
       break;
     }
   }
   fclose(fp);
+  // What was read before a bad line stays, as it always has.
+  if (ovl != &ovl_root) append_to_node(ovl, entries);
   return result;
 }
 

@@ -13,11 +13,10 @@ wire_list wire_root;
 DTI_TRACTS DTI_tracts;
 
 CONTROL_POINT *control_vector(int count) {
-  // Same limits as the other vectors: a byte count that fits 32 bits.
+  // Same rule as the other vectors: the byte count in 64 bits.
   const char *message = "Allocation error in control_vector().";
   if (count < 0) alloc_error(message);
-  uint64_t bytes = static_cast<uint64_t>(count) * sizeof(CONTROL_POINT);
-  if (bytes > 0xFFFFFFFFull) alloc_error(message);
+  size_t bytes = static_cast<size_t>(count) * sizeof(CONTROL_POINT);
   void *p = malloc(bytes ? bytes : 1);
   if (!p) alloc_error(message);
   return static_cast<CONTROL_POINT *>(p);

@@ -19,7 +19,13 @@ struct RunState {
 RunState run_state;
 
 bool same_dim(IPOINT3D a, IPOINT3D b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
-bool same_resolution(POINT3D a, POINT3D b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
+// Exact comparison, in which NaN matches NaN: a file whose voxel size is
+// not a number is no mismatch with itself or its like (the display reports
+// the unusable size).
+bool same_side(float a, float b) { return a == b || (a != a && b != b); }
+bool same_resolution(POINT3D a, POINT3D b) {
+  return same_side(a.x, b.x) && same_side(a.y, b.y) && same_side(a.z, b.z);
+}
 
 // First pass over one file: header, checks against the run, and its place
 // in the stack. Returns 0 or 1.

@@ -1,6 +1,7 @@
 // Line readers and small character helpers shared by every text file reader.
 #include "zor_text.h"
 
+#include <cctype>
 #include <cstring>
 
 int is_upper_case(int c) { return c >= 'A' && c <= 'Z'; }
@@ -32,4 +33,23 @@ char *get_line_with_comment(FILE *stream, char *buffer, int size) {
   char *mark = strchr(buffer, '#');
   if (mark) *mark = '\0';
   return buffer;
+}
+
+std::vector<std::string> split_words(const char *line) {
+  std::vector<std::string> words;
+  const char *p = line;
+  for (;;) {
+    while (*p && isspace(static_cast<unsigned char>(*p))) p++;
+    if (!*p) break;
+    const char *start = p;
+    while (*p && !isspace(static_cast<unsigned char>(*p))) p++;
+    words.emplace_back(start, p);
+  }
+  return words;
+}
+
+int is_blank_line(const char *line) {
+  for (const char *p = line; *p; p++)
+    if (!isspace(static_cast<unsigned char>(*p))) return 0;
+  return 1;
 }

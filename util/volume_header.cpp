@@ -62,25 +62,40 @@ int read_header_by_extension(int Verbose, const char *file_name, XD_HEADER *head
   return read_vistrel_header(file_name, header);
 }
 
-// Sizes are kept in 32 bits; a volume whose voxel counts do not fit, or a
-// negative dimension, is refused here rather than wrapped later.
-int check_dimensions(XD_HEADER *header) {
+// Counts of a header that passed check_volume_dimensions: they fit int.
+void set_voxel_counts(XD_HEADER *header) {
   const int64_t n2d = static_cast<int64_t>(header->dim.x) * header->dim.y;
   const int64_t n3d = n2d * header->dim.z;
-  const int64_t n4d = n3d * header->nt;
-  if (header->dim.x < 0 || header->dim.y < 0 || header->dim.z < 0 || header->nt < 0 ||
-      n4d > INT32_MAX) {
-    printf("Error: the dimensions (%d,%d,%d,%d) of %s are not valid.\n", header->dim.x,
-           header->dim.y, header->dim.z, header->nt, header->file_name);
-    return 1;
-  }
   header->n2d = static_cast<int>(n2d);
   header->n3d = static_cast<int>(n3d);
-  header->n4d = static_cast<long>(n4d);
-  return 0;
+  header->n4d = static_cast<long>(n3d * header->nt);
 }
 
 }  // namespace
+
+int check_volume_dimensions(const XD_HEADER *header, const char *name) {
+  const int counts[4] = {header->dim.x, header->dim.y, header->dim.z, header->nt};
+  const char axes[4] = {'x', 'y', 'z', 't'};
+  // Negative counts are refused like missing ones: nothing could be read.
+  for (int i = 0; i < 4; i++) {
+    if (counts[i] < 1) {
+      printf("Error: Value for %c dimension not found in header file '%s'\n", axes[i], name);
+      return 1;
+    }
+  }
+  // Voxel and value counts are kept in 32 bits everywhere: a volume, its
+  // stored values and the whole series must fit.
+  const int64_t components = header->data_type == DATA_VECTOR      ? 3
+                             : header->data_type == DATA_MAGNITUDE ? 1
+                                                                   : 2;
+  const int64_t n3d = static_cast<int64_t>(header->dim.x) * header->dim.y * header->dim.z;
+  if (n3d * components > INT32_MAX || n3d * header->nt > INT32_MAX) {
+    printf("Error: the volume of %d x %d x %d voxels in file %s is too large.\n", header->dim.x,
+           header->dim.y, header->dim.z, name);
+    return 1;
+  }
+  return 0;
+}
 
 void print_volume_header_summary(const XD_HEADER *header) {
   switch (header->data_type) {
@@ -119,7 +134,10 @@ int read_volume_header(int Verbose, const char *file_name, XD_HEADER *header) {
     result = read_header_by_extension(Verbose, file_name, header);
   if (result) return 1;
 
-  if (check_dimensions(header)) return 1;
+  // Every reader has checked its counts already; this guards the counts
+  // computed below whatever the format.
+  if (check_volume_dimensions(header, header->file_name)) return 1;
+  set_voxel_counts(header);
   header->xyz_to_ijk = invert_mat44(header->ijk_to_xyz);
   header->fov = POINT3D{header->dim.x * header->resolution.x, header->dim.y * header->resolution.y,
                         header->dim.z * header->resolution.z};

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -16,6 +17,7 @@
 
 #include "zor_alloc.h"
 #include "zor_exit.h"
+#include "zor_regular_file.h"
 #include "zor_stack.h"
 
 namespace {
@@ -27,6 +29,7 @@ int storage_bytes(int storage_type) {
     case BLONG:
     case BFLOAT: return 4;
     case UINT8: return 1;
+    case BDOUBLE: return 8;
     default: return 0;  // no reading path
   }
 }
@@ -39,6 +42,11 @@ int storage_bytes(int storage_type) {
 void swap_bytes_16(void *data, long count) {
   uint16_t *p = static_cast<uint16_t *>(data);
   for (long i = 0; i < count; i++) p[i] = __builtin_bswap16(p[i]);
+}
+
+void swap_bytes_64(void *data, long count) {
+  uint64_t *p = static_cast<uint64_t *>(data);
+  for (long i = 0; i < count; i++) p[i] = __builtin_bswap64(p[i]);
 }
 
 void swap_bytes_32(void *data, long count) {
@@ -55,6 +63,22 @@ void swap_bytes_32(void *data, long count) {
 template <typename T>
 void convert(const T *__restrict raw, float *__restrict out, long count) {
   for (long i = 0; i < count; i++) out[i] = static_cast<float>(raw[i]);
+}
+
+// Doubles beyond float's range become infinite or the largest float, as
+// rounding to nearest gives them, without the conversion the language
+// leaves undefined for them.
+inline float double_to_float(double v) {
+  const double halfway = (double)FLT_MAX + 0x1p103;  // half a step above the largest float
+  if (v >= halfway) return INFINITY;
+  if (v <= -halfway) return -INFINITY;
+  if (v > (double)FLT_MAX) return FLT_MAX;
+  if (v < -(double)FLT_MAX) return -FLT_MAX;
+  return static_cast<float>(v);
+}
+
+void convert(const double *__restrict raw, float *__restrict out, long count) {
+  for (long i = 0; i < count; i++) out[i] = double_to_float(raw[i]);
 }
 
 // The same with slope and offset applied on the way, in the same float
@@ -176,9 +200,16 @@ bool read_volume(FILE *fp, const XD_HEADER &header, bool swap, int npts, void *r
       }
       return true;
     }
+    case BDOUBLE:
+      // Rounded to float, then treated as float storage: scaled afterwards
+      // in float steps, as 32-bit floats are.
+      if (fread(raw, 8, npts, fp) != static_cast<size_t>(npts)) return false;
+      if (swap) swap_bytes_64(raw, npts);
+      convert(static_cast<const double *>(raw), values, npts);
+      return true;
     default:
-      // Double-precision and unknown storage have no reading path: the
-      // volume keeps what the buffer holds, zeros from the start.
+      // Unknown storage has no reading path: the volume keeps what the
+      // buffer holds, zeros from the start.
       return true;
   }
 }
@@ -244,13 +275,19 @@ void convert_mapped_volume(const unsigned char *src, const XD_HEADER &header, bo
     if (swap) swap_bytes_32(target, npts);
     return;
   }
-  if (swap && bytes > 1) {
+  // A data offset that is no multiple of the value size leaves the mapped
+  // values unaligned: they are copied first, as swapped ones are.
+  const bool misaligned = bytes > 1 && reinterpret_cast<uintptr_t>(src) % (uintptr_t)bytes != 0;
+  if ((swap || misaligned) && bytes > 1) {
     memcpy(raw, src, (size_t)npts * (size_t)bytes);
-    if (bytes == 2)
-      swap_bytes_16(raw, npts);
-    else
-      swap_bytes_32(raw, npts);
+    if (swap && bytes == 2) swap_bytes_16(raw, npts);
+    if (swap && bytes == 4) swap_bytes_32(raw, npts);
+    if (swap && bytes == 8) swap_bytes_64(raw, npts);
     stored = raw;
+  }
+  if (header.storage_type == BDOUBLE) {
+    convert(static_cast<const double *>(stored), target, npts);
+    return;
   }
   switch (header.storage_type) {
     case BSHORT: convert_volume(static_cast<const int16_t *>(stored), target, npts, scaling); break;
@@ -308,7 +345,8 @@ bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
       for (; printed < nt; printed++) show_progress(name, printed, nt);
   };
   const bool two = std::thread::hardware_concurrency() > 1;
-  std::vector<char> raw_main(swap ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
+  const bool need_raw = swap || offset % bytes != 0;
+  std::vector<char> raw_main(need_raw ? (size_t)volume_bytes : 0), raw_other(raw_main.size());
   if (two) {
     // This thread reports: each line once, in order, as the volumes are
     // taken up.
@@ -349,7 +387,7 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   const XD_HEADER &header = file_info->header;
   const char *name = file_info->file_name;
   const bool swap = machine_byte_order() != header.byte_order;
-  FILE *fp = fopen(name, "rb");
+  FILE *fp = fopen_regular(name, "rb");
   if (!fp) {
     printf("\nError: cannot open file %s.\n", name);
     return 1;
@@ -379,7 +417,7 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   }
   const int bytes = storage_bytes(header.storage_type);
   void *raw = nullptr;
-  if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector(npts * bytes);
+  if (bytes > 0 && header.storage_type != BFLOAT) raw = char_vector_long(static_cast<int64_t>(npts) * bytes);
 
   const int nt = file_info->nt;
   for (int jt = 0; jt < nt; jt++) {
@@ -421,7 +459,7 @@ int read_freesurfer_file(data_stack *stack, file_list *file_info) {
 
   for (int jz = 0; jz < header.dim.z; jz++) {
     const std::string name = slice_name(stem, jz, header.storage_type);
-    FILE *fp = fopen(name.c_str(), "rb");
+    FILE *fp = fopen_regular(name.c_str(), "rb");
     if (!fp) {
       free(shorts);
       free_float_vector(values);

@@ -6,6 +6,7 @@
 
 #include "zor_atomic_file.h"
 #include "zor_overlay.h"
+#include "zor_regular_file.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ int scan_control_point(FILE *fp, const char *file_name, int number, CONTROL_POIN
 }  // namespace
 
 int read_wire_file(const char *file_name, wire_list *wire, int new_color) {
-  FILE *fp = fopen(file_name, "r");
+  FILE *fp = fopen_regular(file_name, "r");
   if (!fp) {
     printf("Error opening file %s\n", file_name);
     return 1;

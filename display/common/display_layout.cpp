@@ -2,7 +2,9 @@
 // and how large each region is. Everything here is arithmetic on the display
 // state and the shown stack; nothing speaks to the X server.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 
 #include "zor_alloc.h"
@@ -15,6 +17,10 @@ namespace {
 int save_DisplayVolumeDimZ = -1;
 int save_DimPanelsZ = -1;
 int save_mosaic_orientation = -100;
+// Whether the warning about unusable voxel sizes was given in this run.
+int warned_voxel_size = 0;
+// Whether the last layout held a volume's extent at LAYOUT_PIXEL_LIMIT.
+bool layout_held = false;
 
 // One row of the hand-tuned panel table: slice counts up to `last` get
 // nx columns and ny rows.
@@ -36,9 +42,15 @@ const PanelRow panel_table_above_18[] = {
 };
 
 // Whole pixels a voxel run of `count` voxels takes: the product, truncated,
-// plus one whenever the truncation lost anything.
+// plus one whenever the truncation lost anything. Extreme ratios of voxel
+// sides are held at a size that no screen shows anyway, so that the sums
+// below stay exact and fitting to the screen still works.
 int pixels_for(int count, float pixels_per_voxel) {
   float product = (float)count * pixels_per_voxel;
+  if (!(product < (float)LAYOUT_PIXEL_LIMIT)) {
+    layout_held = true;
+    return LAYOUT_PIXEL_LIMIT;
+  }
   int pixels = (int)product;
   if ((float)pixels != product) pixels += 1;
   return pixels;
@@ -78,6 +90,25 @@ void compute_display_size_reset(void) {
   save_DisplayVolumeDimZ = -1;
   save_DimPanelsZ = -1;
   save_mosaic_orientation = -100;
+  warned_voxel_size = 0;
+}
+
+static float usable_side(float side) { return std::isnormal(side) && side > 0.0f ? side : 1.0f; }
+
+POINT3D display_voxel_size(const data_stack *stack) {
+  const POINT3D &r = stack->resolution;
+  return POINT3D{usable_side(r.x), usable_side(r.y), usable_side(r.z)};
+}
+
+// Tells once per run that some voxel sides cannot be drawn as they are.
+static void warn_about_voxel_size(const data_stack *stack) {
+  const POINT3D &r = stack->resolution;
+  const POINT3D shown = display_voxel_size(stack);
+  if (warned_voxel_size || (shown.x == r.x && shown.y == r.y && shown.z == r.z)) return;
+  printf("Warning: voxel size (%g,%g,%g) cannot be displayed; such sides are shown as 1.\n", r.x, r.y,
+         r.z);
+  fflush(stdout);
+  warned_voxel_size = 1;
 }
 
 IPOINT2D panel_size_for_orientation(int orientation) {
@@ -95,7 +126,7 @@ IPOINT2D panel_size_for_orientation(int orientation) {
 static float set_display_volume(void) {
   const data_stack *s = mosaic.stack;
   IPOINT3D d = s->dim;
-  POINT3D r = s->resolution;
+  POINT3D r = display_voxel_size(s);
   if (mosaic.display_3orthogonal) {
     mosaic.DisplayVolumeDim = d;
     mosaic.DisplayVolumeRes = r;
@@ -153,7 +184,7 @@ static void choose_panel_grid(void) {
   if (panels.x != 0 && panels.z == save_DimPanelsZ) {
     // Keep the user's column count; enough rows to hold the panels.
     int y = panels.z;
-    while (y > 1 && (y - 1) * panels.x >= panels.z) y--;
+    while (y > 1 && (int64_t)(y - 1) * panels.x >= panels.z) y--;
     panels.y = y;
   } else {
     automatically_set_panels(panels.z, &panels.x, &panels.y);
@@ -164,15 +195,18 @@ static void choose_panel_grid(void) {
 }
 
 void compute_display_size(IPOINT2D *RoughDisplaySize, float PixelScale) {
+  warn_about_voxel_size(mosaic.stack);
   float pixel_resolution = set_display_volume();
   choose_display_slices();
   choose_panel_grid();
 
   const data_stack *s = mosaic.stack;
+  const POINT3D r = display_voxel_size(s);
   float unit = pixel_resolution * PixelScale;
-  mosaic.PixelResolution.x = s->resolution.x / unit;
-  mosaic.PixelResolution.y = s->resolution.y / unit;
-  mosaic.PixelResolution.z = s->resolution.z / unit;
+  layout_held = false;
+  mosaic.PixelResolution.x = r.x / unit;
+  mosaic.PixelResolution.y = r.y / unit;
+  mosaic.PixelResolution.z = r.z / unit;
   mosaic.PixelDim.x = pixels_for(s->dim.x, mosaic.PixelResolution.x);
   mosaic.PixelDim.y = pixels_for(s->dim.y, mosaic.PixelResolution.y);
   mosaic.PixelDim.z = pixels_for(s->dim.z, mosaic.PixelResolution.z);
@@ -208,7 +242,7 @@ void compute_display_size(IPOINT2D *RoughDisplaySize, float PixelScale) {
 
 void set_bottom_strip_widths(void) {
   const IPOINT2D &R = mosaic.ImageRegionPixels;
-  int full_width = R.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1);
+  int full_width = clip_to_int((int64_t)R.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1));
   lPixelsX_ImageInfoArea = std::min(R.x - 1, 300);
   lXBottomMenu = lPixelsX_ImageInfoArea;
   lPixelsX_BottomMenu = std::max(full_width - lXBottomMenu, 1);
@@ -225,8 +259,9 @@ static float screen_ratio(IPOINT2D rough, int screen_width, int screen_height) {
 
 void choose_image_window_geometry(int screen_width, int screen_height, int first_call) {
   if (first_call && mosaic.zoom_window == 0) {
-    int m = std::max(mosaic.DimPanels.x * mosaic.PixelDim.x, mosaic.DimPanels.y * mosaic.PixelDim.y);
-    int zoom = (int)((float)(screen_width / std::max(m, 1)) * 0.75f);
+    int64_t m = std::max((int64_t)mosaic.DimPanels.x * mosaic.PixelDim.x,
+                         (int64_t)mosaic.DimPanels.y * mosaic.PixelDim.y);
+    int zoom = (int)((float)(screen_width / std::max<int64_t>(m, 1)) * 0.75f);
     mosaic.zoom_window = std::clamp(zoom, 1, 4);
   }
   // No zoom above the screen's width can fit (a region is at least three
@@ -243,6 +278,26 @@ void choose_image_window_geometry(int screen_width, int screen_height, int first
   }
   if (ratio < 1.0f) ratio = 1.0f;
   compute_display_size(&rough, ratio);
+  // Voxel sides of wildly different sizes hold an extent at the limit, so
+  // that one ratio does not reach the screen: scale again by what is left.
+  const bool held = layout_held;
+  for (int pass = 0; pass < 16 && held; pass++) {
+    float rest = screen_ratio(rough, screen_width, screen_height);
+    if (!(rest > 1.0f) || !std::isfinite(ratio * rest)) break;
+    ratio *= rest;
+    compute_display_size(&rough, ratio);
+  }
   mosaic.PixelScale = ratio;
   set_bottom_strip_widths();
+}
+
+IPOINT2D image_window_size(void) {
+  int64_t width = (int64_t)mosaic.ImageRegionPixels.x + mosaic.nx_ColorBar + std::max(mosaic.nx_RightPanel, 1);
+  int64_t height = (int64_t)mosaic.ImageRegionPixels.y + TOP_MENU_HEIGHT + BOTTOM_STRIP_HEIGHT;
+  return IPOINT2D{clip_to_int(width), clip_to_int(height)};
+}
+
+int image_window_fits_x(void) {
+  IPOINT2D size = image_window_size();
+  return size.x <= X_MAX_SIDE && size.y <= X_MAX_SIDE;
 }

@@ -29,6 +29,9 @@ std::vector<annotation_line> ticks(int which_orientation, int istep, int iZ, int
   const float o = axis_value(s->origin, a);
   const float end = o + axis_value(s->fov, a) * axis_value(s->direction, a);
   const float rMin = fminf(o, end), rMax = fmaxf(o, end);
+  // A field of view that is not a number, infinite, or too wide for the
+  // float steps to advance gets no ticks.
+  if (!((rMax - rMin) / (float)istep < 100000.0f) || !(rMax + (float)istep > rMax)) return lines;
   POINT3D base;
   if (iZ < 0) {
     base = Convert_Voxel_to_Space(mosaic.icross, s);
@@ -100,7 +103,11 @@ annotation_text plane_label(int which_slice, int orientation, int slice) {
   return annotation_text{IPOINT2D{at.x - 30, at.y - 8}, label_text(axis_value(space, normal))};
 }
 
-int tick_step(void) { return (int)truncf(mosaic.stack->resolution.x * 10.0f); }
+// Ten voxels, from the voxel side the display uses; held within int.
+int tick_step(void) {
+  const float step = truncf(display_voxel_size(mosaic.stack).x * 10.0f);
+  return step < 1.0e9f ? (int)step : 1000000000;
+}
 
 void draw_lines(const std::vector<annotation_line> &lines) {
   for (const annotation_line &l : lines)

@@ -12,7 +12,23 @@ Colormap XColorMap = 0;
 Visual *XVisual = nullptr;
 Atom wm_delete_window = 0;
 
+namespace {
+
+// A protocol error is reported and the program goes on: the request that
+// failed did nothing, and everything else of the session is still there.
+int report_X_error(Display *display, XErrorEvent *error) {
+  char text[256];
+  XGetErrorText(display, error->error_code, text, sizeof text);
+  fprintf(stderr, "X error: %s (request %d.%d, resource 0x%lx)\n", text, error->request_code,
+          error->minor_code, error->resourceid);
+  fflush(stderr);
+  return 0;
+}
+
+}  // namespace
+
 void initialize_XWindows(void) {
+  XSetErrorHandler(report_X_error);
   XConnection = XOpenDisplay(nullptr);
   if (!XConnection) {
     puts("Error trying to open the display.");

@@ -2,6 +2,7 @@
 // server by one XPutImage per surface.
 #include <cstdlib>
 
+#include "zor_alloc.h"
 #include "zor_x11.h"
 
 void initialize_XImage(XImage *Image, unsigned long color) {
@@ -12,13 +13,15 @@ void initialize_XImage(XImage *Image, unsigned long color) {
 XImage *create_filled_XImage(char **buffer, int width, int height, unsigned long color) {
   if (width < 1) width = 1;
   if (height < 1) height = 1;
-  // The screen depth counted as bytes per pixel always covers the real
-  // line length, so the server never has to be asked about padding.
-  size_t bytes = (size_t)XScreen_depth * (size_t)width * (size_t)height;
-  *buffer = (char *)malloc(bytes);
-  XImage *image = XCreateImage(XConnection, XVisual, (unsigned)XScreen_depth, ZPixmap, 0, *buffer,
+  // Xlib works out the line length from the server's bits per pixel for
+  // this depth; the buffer is then exactly that many lines.
+  XImage *image = XCreateImage(XConnection, XVisual, (unsigned)XScreen_depth, ZPixmap, 0, nullptr,
                                (unsigned)width, (unsigned)height, 8, 0);
-  XInitImage(image);
+  if (!image) alloc_error("Allocation error in create_filled_XImage().");
+  size_t bytes = (size_t)image->bytes_per_line * (size_t)image->height;
+  *buffer = (char *)malloc(bytes ? bytes : 1);
+  if (!*buffer) alloc_error("Allocation error in create_filled_XImage().");
+  image->data = *buffer;
   initialize_XImage(image, color);
   return image;
 }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "zor_exit.h"
+
 #include "zor_x11.h"
 
 Window XWindow_image = 0;
@@ -200,8 +202,22 @@ void free_XWindow_image(void) {
 }
 
 void make_XWindow_image(void) {
-  choose_image_window_geometry(XDisplayWidth(XConnection, XScreen),
-                               XDisplayHeight(XConnection, XScreen), first);
+  const int screen_width = XDisplayWidth(XConnection, XScreen);
+  const int screen_height = XDisplayHeight(XConnection, XScreen);
+  choose_image_window_geometry(screen_width, screen_height, first);
+  if (!image_window_fits_x()) {
+    // Only a panel grid asked for on the command line can outgrow X: the
+    // automatic grid always fits once the data are scaled to the screen.
+    if (first) {
+      const IPOINT2D size = image_window_size();
+      printf("Error: the image window would be %d x %d pixels, more than the %d that X allows on a side.\n",
+             size.x, size.y, X_MAX_SIDE);
+      puts("Choose another number of panels across (-x) or fewer slices (-m).");
+      zor_exit(1);
+    }
+    mosaic.DimPanels.x = 0;
+    choose_image_window_geometry(screen_width, screen_height, first);
+  }
   if (!first) free_XWindow_image();
   first = 0;
 

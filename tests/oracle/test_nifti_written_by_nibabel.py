@@ -85,6 +85,8 @@ def cases():
     yield "nan_slope", dict(data=sample("i2", (3, 3, 3)), slope=(float("nan"), 0.0))
     yield "scaled_complex", dict(data=sample("c8", shape), slope=(2.0, 1.0))
     yield "scaled_swapped_f4", dict(data=sample("f4", shape), endian=">", slope=(3.0, 0.25))
+    yield "scaled_f8", dict(data=sample("f8", shape), slope=(0.3, -1.7))
+    yield "scaled_swapped_f8", dict(data=sample("f8", shape), endian=">", slope=(3.0, 0.25))
     yield "qform_rotated", dict(data=sample("i2", shape), qform=(rotation_affine(), 1))
     flip = rotation_affine() @ np.diag([1.0, 1.0, -1.0, 1.0])
     yield "qform_qfac_negative", dict(data=sample("f4", shape), qform=(flip, 2))

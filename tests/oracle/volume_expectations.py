@@ -20,7 +20,7 @@ SUPPORTED = {
     8: ("<i4", 4, None),
     16: ("<f4", 4, None),
     32: ("<f4", 4, 1),
-    64: (None, 8, None),  # recognised, but no reading path: zeros
+    64: ("<f8", 8, None),  # rounded to float, then scaled as floats are
     512: ("<u2", 2, None),
 }
 

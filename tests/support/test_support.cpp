@@ -1,5 +1,7 @@
 #include "test_support.h"
 
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -114,4 +116,50 @@ Captured capture_until_windows(const std::function<void()> &body) {
     c.exit_status = -1;
   }
   return c;
+}
+
+ChildRun run_in_child(const std::function<int()> &body, int seconds, size_t memory_limit) {
+  ChildRun run{false, -99, -1, ""};
+  int fds[2];
+  if (pipe(fds) != 0) return run;
+  fflush(nullptr);
+  const pid_t pid = fork();
+  if (pid < 0) {
+    close(fds[0]);
+    close(fds[1]);
+    return run;
+  }
+  if (pid == 0) {
+    close(fds[0]);
+    alarm(static_cast<unsigned>(seconds));
+#if !defined(__SANITIZE_ADDRESS__)
+    if (memory_limit > 0) {
+      struct rlimit limit = {memory_limit, memory_limit};
+      setrlimit(RLIMIT_AS, &limit);
+    }
+#endif
+    int result = -99;
+    Captured c = capture_output([&] { result = body(); });
+    std::string message = std::to_string(result) + " " + std::to_string(c.exit_status) + "\n" + c.out;
+    for (size_t done = 0; done < message.size();) {
+      const ssize_t n = write(fds[1], message.data() + done, message.size() - done);
+      if (n <= 0) break;
+      done += static_cast<size_t>(n);
+    }
+    _exit(0);
+  }
+  close(fds[1]);
+  std::string text;
+  char buf[4096];
+  ssize_t n;
+  while ((n = read(fds[0], buf, sizeof buf)) > 0) text.append(buf, static_cast<size_t>(n));
+  close(fds[0]);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  const size_t line_end = text.find('\n');
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || line_end == std::string::npos) return run;
+  run.finished = true;
+  sscanf(text.c_str(), "%d %d", &run.result, &run.exit_status);
+  run.out = text.substr(line_end + 1);
+  return run;
 }

@@ -29,6 +29,21 @@ Captured capture_output(const std::function<void()> &body);
 // two lines the failed connection prints.
 Captured capture_until_windows(const std::function<void()> &body);
 
+// Runs `body` in a child process, for calls that could block or run away:
+// the child is ended after `seconds`, and its address space is limited to
+// `memory_limit` bytes when that is not 0 (except under AddressSanitizer,
+// which needs a large address space of its own). `finished` is false when
+// the child was killed or crashed; otherwise `result` is what body returned
+// and `out`, `exit_status` what it printed and how it ended, as
+// capture_output gives them.
+struct ChildRun {
+  bool finished;
+  int result;
+  int exit_status;
+  std::string out;
+};
+ChildRun run_in_child(const std::function<int()> &body, int seconds, size_t memory_limit = 0);
+
 // A fresh empty folder under the system's temporary folder, removed at exit.
 std::string make_temp_dir();
 // Writes `content` to dir/name and returns the full path.

@@ -70,13 +70,19 @@ int read_series(const std::string &name, int ntime, std::vector<float> &values, 
 
 // The runs' volumes, concatenated along time, as voxel series.
 int load_runs(std::vector<float> &values, int *nvoxels) {
+  if (GLM_input.nruns < 1) {
+    // A control file without run lines is a model of no data: say which
+    // line is missing rather than end in silence.
+    printf("Error reading the bshort file name for run %d.\n", 1);
+    return 1;
+  }
   file_list files;
   memset(&files, 0, sizeof files);
   for (int r = 0; r < GLM_input.nruns; r++) add_image_file(&files, GLM_input.run_name[r], 0, 0);
   data_stack stack;
   memset(&stack, 0, sizeof stack);
   int nfiles = 0;
-  if (GLM_input.nruns < 1 || read_SpaceTime_data(0, 1, &stack, &files, &nfiles)) return 1;
+  if (read_SpaceTime_data(0, 1, &stack, &files, &nfiles)) return 1;
   if (stack.nt != GLM.ntime) {
     printf("Error: the runs hold %d time points, the model %d.\n", stack.nt, GLM.ntime);
     return 1;

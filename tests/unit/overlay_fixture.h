@@ -65,11 +65,10 @@ class OverlayFiles : public ::testing::Test {
     return names;
   }
 
-  // A list node with room for every voxel, as the list reader makes them.
+  // An empty list node, as the list reader makes them: the file reader
+  // gives it storage for what it reads.
   static ovl_list *new_node() {
     ovl_list *node = static_cast<ovl_list *>(calloc(1, sizeof(ovl_list)));
-    node->voxel = ipoint3d_vector(24);
-    node->weight = float_vector(24);
     ovl_list *last = &ovl_root;  // freed by ovl_root_reset
     while (last->next) last = last->next;
     last->next = node;

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <vector>
 
+#include "test_support.h"
 #include "zor.h"
 
 namespace {
@@ -260,6 +263,69 @@ TEST_F(DisplayLayout, TooSmallScreenUndersamplesAtZoomOne) {
   EXPECT_FLOAT_EQ(mosaic.PixelScale, ratio);
   EXPECT_GT(mosaic.PixelScale, 1.0f);
   EXPECT_EQ(mosaic.PixelDim.x, 52);  // 64 / 1.244 = 51.4
+}
+
+TEST_F(DisplayLayout, UnusableVoxelSidesAreShownAsOneWithOneWarning) {
+  const float nan = std::nanf(""), inf = INFINITY;
+  const POINT3D sizes[] = {{0, 0, 0}, {nan, nan, nan}, {-2, 1, 1}, {inf, 1, 1}, {1e-40f, 1, 1}, {1, -inf, 0}};
+  use_stack(64, 64, 20, 1, 1, 1);
+  IPOINT2D want;
+  compute_display_size(&want, 1.0f);
+  const IPOINT3D want_pixels = mosaic.PixelDim;
+  const IPOINT2D want_region = mosaic.ImageRegionPixels;
+  for (const POINT3D &r : sizes) {
+    use_stack(64, 64, 20, r.x, r.y, r.z);
+    IPOINT2D rough{};
+    Captured c = capture_output([&] { compute_display_size(&rough, 1.0f); });
+    char line[200];
+    snprintf(line, sizeof line, "Warning: voxel size (%g,%g,%g) cannot be displayed; such sides are shown as 1.\n",
+             r.x, r.y, r.z);
+    EXPECT_EQ(c.out, line);
+    EXPECT_EQ(mosaic.PixelDim.x, want_pixels.x) << line;
+    EXPECT_EQ(mosaic.PixelDim.y, want_pixels.y) << line;
+    EXPECT_EQ(mosaic.PixelDim.z, want_pixels.z) << line;
+    EXPECT_EQ(mosaic.ImageRegionPixels.x, want_region.x) << line;
+    EXPECT_EQ(mosaic.ImageRegionPixels.y, want_region.y) << line;
+    EXPECT_EQ(rough.x, want.x) << line;
+    // Once per run.
+    c = capture_output([&] { choose_image_window_geometry(2560, 1600, 1); });
+    EXPECT_EQ(c.out, "") << line;
+    EXPECT_GE(mosaic.PixelDim.x, 1);
+    EXPECT_TRUE(image_window_fits_x());
+  }
+}
+
+TEST_F(DisplayLayout, ExtremeAnisotropyIsScaledUntilItFitsTheScreen) {
+  // One side 1e30 times the others: the first scaling cannot reach the screen.
+  use_stack(32, 32, 4, 1e-30f, 1, 1);
+  IPOINT2D rough;
+  compute_display_size(&rough, 1.0f);
+  mosaic.DimPanels.x = 0;
+  choose_image_window_geometry(2560, 1600, 1);
+  EXPECT_TRUE(image_window_fits_x());
+  IPOINT2D size = image_window_size();
+  EXPECT_LE(size.y, 1600);
+  EXPECT_LE(size.x, 2560);
+  EXPECT_GE(mosaic.PixelDim.x, 1);
+  EXPECT_GT(mosaic.PixelScale, 1.0e20f);
+}
+
+TEST_F(DisplayLayout, PanelsAcrossBeyondWhatXAllowsAreDetected) {
+  IPOINT2D rough;
+  compute_display_size(&rough, 1.0f);
+  mosaic.DimPanels.x = 100000;
+  choose_image_window_geometry(2560, 1600, 1);
+  EXPECT_FALSE(image_window_fits_x());
+  EXPECT_EQ(image_window_size().x, 200102);
+  mosaic.DimPanels.x = 2147483647;
+  choose_image_window_geometry(2560, 1600, 0);
+  EXPECT_FALSE(image_window_fits_x());
+  EXPECT_EQ(image_window_size().x, 2147483647);
+  // A thousand panels across is wider than the screen, and X can still make it.
+  mosaic.DimPanels.x = 1000;
+  choose_image_window_geometry(2560, 1600, 0);
+  EXPECT_TRUE(image_window_fits_x());
+  EXPECT_GT(image_window_size().x, 2560);
 }
 
 TEST_F(DisplayLayout, LaterLayoutsKeepTheZoom) {

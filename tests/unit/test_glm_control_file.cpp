@@ -142,6 +142,29 @@ TEST_F(ControlKeywords, FrequencyBands) {
   EXPECT_FLOAT_EQ(GLM_input.freq_low_pre, 0.01f);
 }
 
+TEST_F(ControlKeywords, NonFiniteArgumentsRefused) {
+  Decoded d = decode("frequency-filter nan nan");
+  EXPECT_EQ(d.result, -1);
+  EXPECT_EQ(d.out, "Error: `frequency-filter' requires two arguments.\n");
+  d = decode("residue-filter 0.01 inf");
+  EXPECT_EQ(d.result, -1);
+  EXPECT_EQ(d.out, "Error: `residue-filter' requires two arguments.\n");
+  d = decode("scale-event nan 1");
+  EXPECT_EQ(d.result, -1);
+  EXPECT_EQ(d.out, "Error: use `scale-event [scale] [event].\n");
+  EXPECT_EQ(GLM.event_scale[1], 1.0f);
+  d = decode("scale-event inf 1");
+  EXPECT_EQ(d.result, -1);
+  d = decode("AR 1 nan");
+  EXPECT_EQ(d.result, -1);
+  EXPECT_EQ(d.out, "Error: `AR' requires an integer argument.\n");
+  d = decode("noise-model fPET inf");
+  EXPECT_EQ(d.result, -1);
+  EXPECT_EQ(d.out, "Error: `noise-model' requires a character argument (OLS,iWLS,fPET)\n");
+  EXPECT_EQ(GLM_input.freq_low_pre, 0.0f);
+  EXPECT_EQ(GLM_input.freq_high_post, 0.0f);
+}
+
 TEST_F(ControlKeywords, MultipleComparisons) {
   EXPECT_EQ(decode("multiple-comparisons 1").result, 0);
   EXPECT_EQ(GLM_input.multiple_comparisons, 1);

@@ -118,6 +118,18 @@ TEST(DesignMatrix, GammaStimuliAddAndPeakAtTheScale) {
   EXPECT_NEAR(GLM.X_tc[3][0] / GLM.X_tc[6][0], first_alone / sum6, 1e-6);
 }
 
+TEST(DesignMatrix, SharpGammaOnALongRunStaysFinite) {
+  // Far from the peak u^alpha overflows while exp((1-u) alpha) vanishes.
+  Design d("baseline-terms 1\n", {{3000, "1\n\n1 gamma 0.5 100\n0\n"}});
+  ASSERT_EQ(d.result, 0) << d.out;
+  for (int t = 0; t < 3000; t++) ASSERT_TRUE(std::isfinite(GLM.X_tc[t][0])) << t;
+  EXPECT_FLOAT_EQ(GLM.X_tc[0][0], 0.0f);
+  EXPECT_FLOAT_EQ(GLM.X_tc[2999][0], 0.0f);
+  float peak = 0;
+  for (int t = 0; t < 3000; t++) peak = std::max(peak, GLM.X_tc[t][0]);
+  EXPECT_FLOAT_EQ(peak, 1.0f);
+}
+
 TEST(DesignMatrix, NegativePeakKeepsItsSign) {
   Design d("", {{10, "2\n\n1\n2 6 -4\n"}});
   ASSERT_EQ(d.result, 0);

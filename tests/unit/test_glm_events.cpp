@@ -209,6 +209,24 @@ TEST_F(EventFiles, ExclusionSegmentsInTimePoints) {
   EXPECT_EQ(GLM.nevents, 1);
 }
 
+TEST_F(EventFiles, ExclusionEndsMustBeTimePointsOfTheRun) {
+  const char *bad[] = {"0 3e9", "0 1e9", "nan nan", "2 nan", "nan 4", "0 inf", "0 10", "9.5 10"};
+  for (const char *segment : bad) {
+    GLM_engine_reset();
+    EventRead r = read(std::string("2\n\n1\n0 4\n\n-1\n") + segment + "\n", 0, 10);
+    EXPECT_EQ(r.result, 1) << segment;
+    EXPECT_EQ(r.out, "Error reading line 7 of the GLM file " + r.file + "\n" +
+                         "Excluded segments are time points of the run, from 0 to 9.\n")
+        << segment;
+    EXPECT_EQ(GLM.nexclude, 0) << segment;
+  }
+  GLM_engine_reset();
+  EventRead r = read("2\n\n1\n0 4\n\n-1\n0 9.9\n", 0, 10);
+  EXPECT_EQ(r.result, 0) << r.out;
+  ASSERT_EQ(GLM.nexclude, 1);
+  EXPECT_EQ(GLM.exclude_end[0], 9);
+}
+
 TEST_F(EventFiles, ExclusionBackwardsEndsInTheCharacterError) {
   EventRead r = read("2\n\n-1\n5 3\n");
   EXPECT_EQ(r.exit_status, 1);
@@ -474,6 +492,81 @@ TEST_F(EventFiles, ExclusionLimitReportedAndNothingWrittenPastIt) {
   EXPECT_EQ(r.result, 0);
   EXPECT_EQ(GLM.nexclude, GLM_MAX_EXCLUDE);
   EXPECT_EQ(r.out, "Error: the number of segments to exclude (10001) > max dimension in program (10000).\n");
+}
+
+TEST_F(EventFiles, TrMustBeAPositiveNumber) {
+  for (const char *tr : {"0", "-2", "nan", "inf"}) {
+    GLM_engine_reset();
+    EventRead r = read(std::string(tr) + "\n\n1\n0 4\n");
+    EXPECT_EQ(r.result, 1) << tr;
+    EXPECT_EQ(r.out, "Error reading line 1 of the GLM file " + r.file + " (TR).\n") << tr;
+  }
+}
+
+TEST_F(EventFiles, StimulusNumbersMustBeFinite) {
+  for (const char *line : {"0 4 nan", "0 inf", "0 4 inf", "0 4 -inf"}) {
+    GLM_engine_reset();
+    EventRead r = read(std::string("2\n\n1\n") + line + "\n");
+    EXPECT_EQ(r.result, 1) << line;
+    EXPECT_EQ(r.out, "Error reading line 4 of the GLM file " + r.file + "\n" +
+                         "The times and magnitude of stim 1 of event 1 must be finite numbers.\n")
+        << line;
+  }
+  GLM_engine_reset();
+  EventRead r = read("2\n\n1 gamma 4\n0 nan\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error reading line 4 of the GLM file " + r.file + "\n" +
+                       "The times and magnitude of stim 1 of event 1 must be finite numbers.\n");
+  // A NaN ON time fails the order of ON and OFF, as any unordered pair does.
+  GLM_engine_reset();
+  r = read("2\n\n1\nnan 4\n");
+  EXPECT_EQ(r.out, "Error: OFF time must be > ON time for stim 1 of event 1.\n");
+}
+
+TEST_F(EventFiles, StimulusWhollyBeyondItsRunRefused) {
+  // 20 points of 2 seconds: the last time point is at 38 seconds.
+  EventRead r = read("2\n\n1\n0 4\n40 44\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error reading line 5 of the GLM file " + r.file + "\n" +
+                       "Stim 2 of event 1 starts after the last time point of its run (38 seconds).\n");
+  GLM_engine_reset();
+  r = read("2\n\n1\n0 4\n38 44\n");
+  EXPECT_EQ(r.result, 0) << r.out;
+  EXPECT_EQ(GLM.nstims[0], 2);
+}
+
+TEST_F(EventFiles, HeaderNumbersMustBeFiniteAndInRange) {
+  EventRead r = read("2\n\n1 gamma inf\n0\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error on line 3 for event type 1 in file " + r.file + "\n" +
+                       "The numbers of an event header must be finite.\n");
+  GLM_engine_reset();
+  r = read("2\n\n1 gamma 4 nan\n0\n");
+  EXPECT_EQ(r.out, "Error on line 3 for event type 1 in file " + r.file + "\n" +
+                       "The numbers of an event header must be finite.\n");
+  GLM_engine_reset();
+  r = read("2\n\n1 gamma 4 1e38\n0\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error reading stim 0 of event 1:\n"
+                   "The gamma shape parameter alpha (1e+38) must be from 0 to 100.\n" + format_of(SHAPE_GAMMA));
+  GLM_engine_reset();
+  r = read("2\n\n1 gamma 4 -1\n0\n");
+  EXPECT_EQ(r.out, "Error reading stim 0 of event 1:\n"
+                   "The gamma shape parameter alpha (-1) must be from 0 to 100.\n" + format_of(SHAPE_GAMMA));
+  GLM_engine_reset();
+  r = read("2\n\n1 gamma 4 100\n0\n");
+  EXPECT_EQ(r.result, 0) << r.out;
+  GLM_engine_reset();
+  r = read("2\n\n1 sine 1e-38\n0 4\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error reading stim 0 of event 1:\n"
+                   "The period (1e-38) of a sine or cosine event is too short.\n" + format_of(SHAPE_SINE));
+  // Counts and orders far outside int are refused as out of range.
+  GLM_engine_reset();
+  r = read("2\n\n1 baseline 1e30\n");
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error: The BASELINE event 1 refers to order -2147483648 for run 1,\n"
+                   "...but allowed values are 0 to 3.\n" + format_of(SHAPE_BASELINE0));
 }
 
 TEST_F(EventFiles, AnEventInOneRunOnly) {

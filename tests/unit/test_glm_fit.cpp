@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -383,6 +384,50 @@ TEST(Fit, EveryModelSizeFitsBitForBitAsPlainLoops) {
   }
 }
 
+TEST(Fit, RandomModelsAndSeriesFitBitForBitAsPlainLoops) {
+  // Random designs (runs, lengths, events, baseline terms, exclusions,
+  // weights) and random series: the side-by-side sums may never drift from
+  // the plain loops.
+  std::mt19937 random(21);
+  auto below = [&](int n) { return (int)(random() % (unsigned)n); };
+  auto uniform = [&](float low, float high) { return std::uniform_real_distribution<float>(low, high)(random); };
+  int models = 0;
+  for (int trial = 0; trial < 60; trial++) {
+    const int nruns = 1 + below(3);
+    // One definition of each event for all runs.
+    const std::string gamma = "\n2 gamma " + std::to_string(1 + below(6)) + (below(2) ? " 2" : "") + "\n";
+    std::vector<std::pair<int, std::string>> runs;
+    for (int r = 0; r < nruns; r++) {
+      const int length = 9 + below(40);
+      const int last = (length - 1) * 2;  // TR 2: seconds of the last point
+      std::string events = "2\n\n1\n";
+      const int on = below(last / 2);
+      events += std::to_string(on) + " " + std::to_string(on + 1 + below(last / 2)) + " " +
+                std::to_string(1 + below(3)) + "\n";
+      events += gamma + std::to_string(below(last)) + "\n";
+      if (below(2)) events += "\n3 ramp-up\n" + std::to_string(below(last / 2)) + " " + std::to_string(last) + "\n";
+      if (below(2)) events += "\n-1\n" + std::to_string(below(length / 2)) + " " + std::to_string(length / 2) + "\n";
+      runs.push_back({length, events});
+    }
+    GlmModel m("baseline-terms " + std::to_string(below(5)) + "\n", runs);
+    ASSERT_EQ(m.result, 0) << m.read.printed.out << m.out;
+    models++;
+    const int nt = GLM.ntime;
+    std::vector<float> y(nt), fit(nt);
+    for (int series = 0; series < 4; series++) {
+      const float scale = series == 3 ? 1.0e6f : 100.0f;
+      for (int t = 0; t < nt; t++) y[t] = scale * uniform(-1.0f, 1.0f) + (series == 2 ? 1.0e4f : 0.0f);
+      if (series == 1) {
+        for (int t = 0; t < nt; t++) GLM.Weight_t[t] = uniform(0.1f, 3.0f);
+        GLMInternal_complete_model();
+      }
+      float sigma2 = -1;
+      GLM_fit_data(nt, y.data(), fit.data(), &sigma2);
+      EXPECT_EQ(differences(plain_fit(y), fit, sigma2), 0) << "trial " << trial << " series " << series;
+    }
+  }
+  EXPECT_EQ(models, 60);
+}
 
 // Every voxel of a small map through the per-voxel calls, in voxel order.
 struct VoxelResults {

@@ -183,9 +183,16 @@ TEST_F(ResponseFunctions, BadLines) {
   EXPECT_EQ(read_hrf(f).out, "Error reading the 2nd line of the IRF file " + f + ".\n");
   f = s.text("c.irf", "10 1 2\n3 4\n# weights\n1 1\n");
   EXPECT_EQ(read_hrf(f).out, "Error reading the 3rd line of the IRF file " + f + ".\n");
-  HrfRead r = read_hrf(s.text("d.irf", "10 1 2\n3 4\n"));
+  f = s.text("d.irf", "10 1 2\n3 4\n");
+  HrfRead r = read_hrf(f);
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.out, "Error reading the 3rd line of the IRF file " + f + ".\n");
+  f = s.text("e.irf", "");
+  r = read_hrf(f);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error reading the 1st line of the IRF file " + f + ".\n");
+  f = s.text("f.irf", "10 1 2\n");
+  EXPECT_EQ(read_hrf(f).out, "Error reading the 2nd line of the IRF file " + f + ".\n");
 }
 
 TEST_F(ResponseFunctions, ZeroOrNotANumberStepRefused) {

@@ -43,7 +43,10 @@ TEST_F(TableFiles, MissingAndEmptyFiles) {
   EXPECT_EQ(c.out, "Error attempting to open the TABLE file " + missing + ".\n");
   Read r = read("", 0, 3);
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.out, "Error reading line 1 of TABLE file " + r.file + "\n");
+  r = read("# only a comment\n", 0, 3);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error: the number of time points in the table (0) does not match the data file (3).\n");
 }
 
 TEST_F(TableFiles, ColumnsAndValues) {
@@ -92,6 +95,16 @@ TEST_F(TableFiles, NotANumberEndsTheProcess) {
   Read r = read("a b\n1 2\n2 nan\n", 0, 2);
   EXPECT_EQ(r.exit_status, 1);
   EXPECT_EQ(r.out, "Error: table entry 1 in column 1 of run 1 is not a number.\n");
+}
+
+TEST_F(TableFiles, InfinityEndsTheProcessAsNotANumberDoes) {
+  Read r = read("a b\n1 inf\n2 3\n", 0, 2);
+  EXPECT_EQ(r.exit_status, 1);
+  EXPECT_EQ(r.out, "Error: table entry 0 in column 1 of run 1 is not a number.\n");
+  GLM_engine_reset();
+  r = read("a b\n1 2\n-inf 3\n", 0, 2);
+  EXPECT_EQ(r.exit_status, 1);
+  EXPECT_EQ(r.out, "Error: table entry 1 in column 0 of run 1 is not a number.\n");
 }
 
 TEST_F(TableFiles, TooManyColumnsRefusedBeforeStoring) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <random>
 #include <vector>
 
 #include "test_support.h"
@@ -241,6 +242,70 @@ TEST_F(Composition, LargeInterpolatedPlaneEqualsItsPixelsOneByOne) {
       }
     EXPECT_EQ(differences, 0) << "map visible " << visible;
   }
+}
+
+TEST_F(Composition, FastPlanesEqualTheirGatheredPixelsOverRandomInputs) {
+  // The plane composer's fast pixel and the general gather must agree bit
+  // for bit whatever the volume, map, region, zoom, orientation and cross.
+  std::mt19937 random(2026);
+  auto uniform = [&](float low, float high) { return std::uniform_real_distribution<float>(low, high)(random); };
+  auto below = [&](int n) { return (int)(random() % (unsigned)n); };
+  std::vector<int> shown;
+  int differences = 0, trials = 0;
+  for (int trial = 0; trial < 120; trial++) {
+    stack.dim = IPOINT3D{2 + below(14), 2 + below(14), 2 + below(5)};
+    stack.n2d = stack.dim.x * stack.dim.y;
+    stack.n3d = stack.n2d * stack.dim.z;
+    const size_t n = (size_t)stack.n3d;
+    data.resize(n);
+    map.resize(n);
+    weights.assign(n, 0.0f);
+    colours.assign(n, 0);
+    const bool region = below(3) != 0;
+    for (size_t i = 0; i < n; i++) {
+      data[i] = below(50) == 0 ? NAN : uniform(-3000.0f, 3000.0f);
+      map[i] = below(4) == 0 ? 0.0f : uniform(-20.0f, 20.0f);
+      if (region && below(4) == 0) weights[i] = uniform(0.0f, 1.0f), colours[i] = (int16_t)(1 + below(12));
+    }
+    overlay_map.weight = weights.data();
+    overlay_map.color = colours.data();
+    mosaic.fSpaceMatrix = data.data();
+    activation.fSpaceMatrix = map.data();
+    activation.visible = below(2);
+    const int orientation = below(4);
+    mosaic.mosaic_orientation = orientation;
+    const IPOINT3D d = stack.dim;
+    mosaic.DisplayVolumeDim = orientation == ORTHO_ZY   ? IPOINT3D{d.z, d.y, d.x}
+                              : orientation == ORTHO_XZ ? IPOINT3D{d.x, d.z, d.y}
+                              : orientation == ORTHO_YZ ? IPOINT3D{d.y, d.z, d.x}
+                                                        : d;
+    shown.assign((size_t)mosaic.DisplayVolumeDim.z, 1);
+    mosaic.display_slice = shown.data();
+    mosaic.PixelDim = stack.dim;
+    mosaic.icross = IPOINT3D{below(d.x), below(d.y), below(d.z)};
+    mosaic.display_crosshairs = below(4);
+    mosaic.interpolate = below(2);
+    mosaic.zoom_window = 1 + below(3);
+    mosaic.flip_X11_y = below(2);
+    create_neighborhoods();
+    const int slice = below(mosaic.DisplayVolumeDim.z);
+    std::vector<unsigned long> p = plane(MOSAIC, slice);
+    const IPOINT2D size = plane_pixel_size(orientation);
+    const int width = size.x * mosaic.zoom_window, height = size.y * mosaic.zoom_window;
+    ASSERT_EQ(p.size(), (size_t)width * height);
+    for (int y = 0; y < height; y++)
+      for (int x = 0; x < width; x++) {
+        float fData, fMap, fOvl, fCross, fProj;
+        int ovl_color;
+        POINT3D v3;
+        interpolate_2d(slice, MOSAIC, IPOINT2D{x, y}, &fData, &fMap, &fOvl, &fCross, &fProj, &ovl_color, &v3);
+        differences += p[(size_t)width * y + x] != image_pixel(fData, fMap, fOvl, fCross, fProj, ovl_color, v3);
+      }
+    trials++;
+  }
+  mosaic.display_slice = display_slice;
+  EXPECT_EQ(trials, 120);
+  EXPECT_EQ(differences, 0);
 }
 
 TEST_F(Composition, ConstantImageGetsAWindowOfTwentyAroundItsValue) {

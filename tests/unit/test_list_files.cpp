@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include "overlay_fixture.h"
 
 namespace {
@@ -133,6 +135,36 @@ TEST_F(ListFiles, ColourTablesAnswerDirectly) {
   EXPECT_EQ(wire_list_color("magenta"), COLOR_CYAN);
   EXPECT_EQ(wire_list_color("sky"), COLOR_CYAN);
   EXPECT_EQ(wire_list_color("orange"), COLOR_ORANGE);
+}
+
+TEST_F(ListFiles, NodesHoldOnlyWhatTheyRead) {
+  // A shown volume of 64^3 voxels: a node with room for all of them would
+  // take 4 MiB, a hundred of them 400 MiB.
+  image_stack.dim = IPOINT3D{64, 64, 64};
+  image_stack.n2d = 64 * 64;
+  image_stack.n3d = 64 * 64 * 64;
+  write_text_file(dir, "two.ovl", "1 1 1\n63 63 63 0.5\n");
+  std::string list = "two two.ovl\n";
+  for (int i = 0; i < 100; i++) list += "r" + std::to_string(i) + " missing.ovl\n";
+  write_text_file(dir, "list", list);
+  Result r = read_ovl_list("list");
+  EXPECT_EQ(r.value, 0);
+  std::vector<ovl_list *> nodes = overlay_nodes();
+  ASSERT_EQ(nodes.size(), 101u);
+  ASSERT_EQ(nodes[0]->npts, 2);
+  EXPECT_EQ(nodes[0]->voxel[1].z, 63);
+  EXPECT_EQ(nodes[0]->weight[1], 0.5f);
+  EXPECT_LT(malloc_usable_size(nodes[0]->voxel), 64u);
+  for (size_t i = 1; i < nodes.size(); i++) {
+    EXPECT_EQ(nodes[i]->npts, 0);
+    EXPECT_EQ(nodes[i]->voxel, nullptr);
+    EXPECT_EQ(nodes[i]->weight, nullptr);
+  }
+  // Reading into a node again appends.
+  Captured c = capture_output([&] { read_overlay_file("two.ovl", nodes[0]); });
+  ASSERT_EQ(nodes[0]->npts, 4);
+  EXPECT_EQ(nodes[0]->voxel[2].x, 1);
+  EXPECT_EQ(nodes[0]->weight[3], 0.5f);
 }
 
 TEST_F(ListFiles, BadMemberFileLeavesAnEmptyNodeAndReadingGoesOn) {

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "test_support.h"
 #include "zor.h"
@@ -42,6 +43,50 @@ TEST(Text, NextNonWhiteSkipsBlanksAndTabsOnly) {
   EXPECT_EQ(*next_non_white(n), '\n');
   char e[] = "   ";
   EXPECT_EQ(*next_non_white(e), '\0');
+}
+
+TEST(Text, WordsAreSplitAtEveryKindOfWhiteSpace) {
+  using W = std::vector<std::string>;
+  EXPECT_EQ(split_words(""), W{});
+  EXPECT_EQ(split_words(" \t\r\n\v\f"), W{});
+  EXPECT_EQ(split_words("a"), W{"a"});
+  EXPECT_EQ(split_words("  motion\theart \r\n"), (W{"motion", "heart"}));
+  EXPECT_EQ(split_words("1-2,3 \v 12\f-"), (W{"1-2,3", "12", "-"}));
+  EXPECT_EQ(split_words("x\xe9y z"), (W{"x\xe9y", "z"}));  // bytes above 127 are no white space
+}
+
+TEST(Text, BlankLineHoldsOnlyWhiteSpace) {
+  EXPECT_TRUE(is_blank_line(""));
+  EXPECT_TRUE(is_blank_line("\n"));
+  EXPECT_TRUE(is_blank_line(" \t\r\n"));
+  EXPECT_TRUE(is_blank_line("\v\f"));
+  EXPECT_FALSE(is_blank_line("  x\n"));
+  EXPECT_FALSE(is_blank_line("-"));
+  EXPECT_FALSE(is_blank_line("\xa0"));
+  // The readers cut comments first, so a comment-only line arrives blank.
+  FILE *fp = open_text("   # only a note\n");
+  char line[1024];
+  ASSERT_NE(get_line_with_comment(fp, line, 1024), nullptr);
+  EXPECT_TRUE(is_blank_line(line));
+  fclose(fp);
+}
+
+TEST(Text, EveryReaderSkipsTheSameBlankLines) {
+  // A line of carriage return and vertical tab is blank for the native
+  // header, the model's event file and the region list alike.
+  const std::string dir = make_temp_dir();
+  const std::string odd = " \r\v\n";
+  write_text_file(dir, "a.hdr", "x 2\n" + odd + "y 2\nz 1\nt 1\nstorage-type short\n");
+  XD_HEADER header;
+  Captured c = capture_output([&] { EXPECT_EQ(read_volume_header(0, (dir + "/a.bshort").c_str(), &header), 0); });
+  EXPECT_EQ(c.out, "");
+  std::string events = write_text_file(dir, "e.glm", "2\n" + odd + "1\n0 4\n");
+  GLM_engine_reset();
+  int result = -1;
+  c = capture_output([&] { result = GLM_read_event_file(events.data(), 0, 10); });
+  EXPECT_EQ(result, 0) << c.out;
+  EXPECT_EQ(GLM.nevents, 1);
+  GLM_engine_reset();
 }
 
 TEST(Text, GetLineKeepsTheNewline) {

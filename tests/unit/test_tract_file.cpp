@@ -152,6 +152,36 @@ TEST_F(TractFile, NegativeDimensionsLeaveNoValidIndex) {
             "volume dimensions: -2 x -2 x 1\n\nError: voxel index 0 in tract 0 is out of bounds\n");
 }
 
+TEST_F(TractFile, JunkDimensionsDoNotOverflowTheIndexBound) {
+  // 2^90 voxels: the bound is the image's (or 2^31 without one), not a wrapped product.
+  Result r = read_tracts(write_words(dir, {1 << 30, 1 << 30, 1 << 30, 1, 5}));
+  EXPECT_EQ(r.value, 0) << r.out;
+  mosaic.stack = nullptr;
+  r = read_tracts(write_words(dir, {1 << 30, 1 << 30, 1 << 30, 2, 5, 2000000000}));
+  EXPECT_EQ(r.value, 0) << r.out;
+  EXPECT_EQ(DTI_tracts.array[5], 2000000000);
+}
+
+TEST_F(TractFile, DeviceIsNoTractFile) {
+  // /dev/zero would feed words for ever.
+  ChildRun run = run_in_child([] { return read_DTI_tract_file("/dev/zero"); }, 20, size_t{1} << 30);
+  ASSERT_TRUE(run.finished);
+  EXPECT_EQ(run.exit_status, -1);
+  EXPECT_EQ(run.result, 1);
+  EXPECT_EQ(run.out, "Error: cannot open the DTI tract file /dev/zero\n");
+}
+
+TEST_F(TractFile, FileWithMoreWordsThanAnIntCountsIsRefusedBeforeReading) {
+  std::string path = write_words(dir, {4, 3, 2, 1, 5});
+  // A sparse file of 2^31 words: nothing of it may be read into memory.
+  ASSERT_EQ(truncate(path.c_str(), (INT64_C(1) << 31) * 4), 0);
+  ChildRun run = run_in_child([&] { return read_DTI_tract_file(path.c_str()); }, 20, size_t{1} << 30);
+  ASSERT_TRUE(run.finished);
+  EXPECT_EQ(run.exit_status, -1);
+  EXPECT_EQ(run.result, 1);
+  EXPECT_EQ(run.out, "volume dimensions: 4 x 3 x 2\nError: the DTI tract file " + path + " is too large\n");
+}
+
 TEST_F(TractFile, TruncatedLastTractIsPaddedWithZeros) {
   std::vector<int32_t> w = {4, 3, 2, 1, 7, 4, 9, 10};
   Result r = read_tracts(write_words(dir, w));

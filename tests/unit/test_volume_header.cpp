@@ -205,7 +205,7 @@ TEST(VolumeHeader, NegativeDimensionIsRefused) {
   write_text_file(dir, "a.hdr", "x -4\ny 3\nz 2\nt 1\n");
   Read r = read_header(0, dir + "/a.bshort");
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.printed, "Error: the dimensions (-4,3,2,1) of " + dir + "/a.bshort are not valid.\n");
+  EXPECT_EQ(r.printed, "Error: Value for x dimension not found in header file '" + dir + "/a.hdr'\n");
 }
 
 TEST(VolumeHeader, VoxelCountBeyond32BitsIsRefused) {
@@ -213,8 +213,34 @@ TEST(VolumeHeader, VoxelCountBeyond32BitsIsRefused) {
   write_text_file(dir, "a.hdr", "x 2000000000\ny 2000000000\nz 2\nt 1\n");
   Read r = read_header(0, dir + "/a.bshort");
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.printed, "Error: the dimensions (2000000000,2000000000,2,1) of " + dir +
-                           "/a.bshort are not valid.\n");
+  EXPECT_EQ(r.printed, "Error: the volume of 2000000000 x 2000000000 x 2 voxels in file " + dir +
+                           "/a.hdr is too large.\n");
+}
+
+TEST(VolumeHeader, OneSizeCheckForEveryFormat) {
+  // The same counts give the same messages whatever the format's reader.
+  XD_HEADER h{};
+  h.dim = IPOINT3D{4, 0, 2};
+  h.nt = 1;
+  Captured c = capture_output([&] { EXPECT_EQ(check_volume_dimensions(&h, "n.hdr"), 1); });
+  EXPECT_EQ(c.out, "Error: Value for y dimension not found in header file 'n.hdr'\n");
+  h.dim = IPOINT3D{4, 3, 2};
+  h.nt = -1;
+  c = capture_output([&] { EXPECT_EQ(check_volume_dimensions(&h, "n.hdr"), 1); });
+  EXPECT_EQ(c.out, "Error: Value for t dimension not found in header file 'n.hdr'\n");
+  // Vector data: three values a voxel must fit too.
+  h.dim = IPOINT3D{1024, 1024, 700};
+  h.nt = 1;
+  h.data_type = 3;
+  c = capture_output([&] { EXPECT_EQ(check_volume_dimensions(&h, "v.nii"), 1); });
+  EXPECT_EQ(c.out, "Error: the volume of 1024 x 1024 x 700 voxels in file v.nii is too large.\n");
+  h.data_type = 0;
+  c = capture_output([&] { EXPECT_EQ(check_volume_dimensions(&h, "v.nii"), 0); });
+  EXPECT_EQ(c.out, "");
+  // And the whole series.
+  h.nt = 3;
+  c = capture_output([&] { EXPECT_EQ(check_volume_dimensions(&h, "v.nii"), 1); });
+  EXPECT_EQ(c.out, "Error: the volume of 1024 x 1024 x 700 voxels in file v.nii is too large.\n");
 }
 
 TEST(VolumeHeader, OverlongNameIsRefused) {

@@ -1,3 +1,5 @@
+#include <climits>
+
 #include "overlay_fixture.h"
 
 namespace {
@@ -199,7 +201,7 @@ TEST_F(WireFiles, ControlVectorBeyondWhatCanBeAddressedEndsTheRun) {
   Captured c = capture_output([] { control_vector(-1); });
   EXPECT_EQ(c.exit_status, 1);
   EXPECT_EQ(c.err, "Fatal Error:\nAllocation error in control_vector().\nProgram aborted.\n");
-  c = capture_output([] { control_vector(0x7fffffff); });
+  c = capture_output([] { control_vector(INT_MIN); });
   EXPECT_EQ(c.exit_status, 1);
   EXPECT_EQ(c.err, "Fatal Error:\nAllocation error in control_vector().\nProgram aborted.\n");
 }

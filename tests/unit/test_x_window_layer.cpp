@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <X11/keysym.h>
+#include <malloc.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -112,6 +114,29 @@ TEST_F(WindowLayer, EventMaskIsTheDocumentedValue) {
   EXPECT_EQ(a.width, 1304 + 100);
   EXPECT_EQ(a.height, 1044 + 75);
   EXPECT_EQ(a.map_state, IsViewable);
+}
+
+TEST_F(WindowLayer, ClientImagesTakeTheServersBitsPerPixel) {
+  // Depth 24 is stored in 32 bits a pixel: four bytes, not twenty-four.
+  ASSERT_NE(XImage_XY, nullptr);
+  EXPECT_EQ(XImage_XY->bits_per_pixel, 32);
+  EXPECT_EQ(XImage_XY->bytes_per_line, 4 * XImage_XY->width);
+  const size_t want = (size_t)XImage_XY->bytes_per_line * (size_t)XImage_XY->height;
+  EXPECT_GE(malloc_usable_size(XData_XY), want);
+  EXPECT_LT(malloc_usable_size(XData_XY), want + 4096);
+  EXPECT_EQ(XImage_XY->data, XData_XY);
+}
+
+TEST_F(WindowLayer, ProtocolErrorsAreReportedAndTheProgramGoesOn) {
+  Captured c = capture_output([] {
+    XFreePixmap(XConnection, (Pixmap)0x7ffffff0);
+    XSync(XConnection, False);
+  });
+  EXPECT_EQ(c.exit_status, -1);
+  EXPECT_EQ(c.err.rfind("X error: BadPixmap", 0), 0u) << c.err;
+  EXPECT_NE(c.err.find("resource 0x7ffffff0"), std::string::npos) << c.err;
+  // The connection is still usable.
+  EXPECT_EQ(pixel_at(XWindow_image, 5, 5), 0x005F5Fu);
 }
 
 TEST_F(WindowLayer, TitleShowsZoomAndMap) {
