@@ -10,6 +10,7 @@
 #include "zor_exit.h"
 #include "zor_startup.h"
 #include "zor_text.h"
+#include "zor_time_model.h"
 
 namespace {
 
@@ -23,10 +24,19 @@ int option_integer(const char *value) {
   return static_cast<int>(v);
 }
 
-void models_not_available(const char *option_token) {
-  printf("Error: option %s needs time-series models, which are not available yet.\n",
-         option_token);
-  zor_exit(1);
+// A model option reads its control file at once, before any image is
+// opened; the last model option wins.
+void read_model(int which_model, const char *value) {
+  initialize_TimeSeriesModel(which_model);
+  std::string file_name = value;
+  if (read_TimeSeriesModel(file_name.data())) zor_exit(1);
+}
+
+void read_named_model(const char *value) {
+  std::string file_name = value;
+  const int which_model = determine_TimeSeriesModel(file_name.data());
+  if (which_model == 0) zor_exit(1);
+  read_model(which_model, value);
 }
 
 void help_and_exit() {
@@ -107,11 +117,11 @@ const option_entry option_table[] = {
     {'i', "file", "image file (a bare name does the same)",
      [](const char *v, const char *) { add_image_file(&image_files, v, 0, 0); }},
     {'t', "file", "model control file, model named by its first line",
-     [](const char *, const char *t) { models_not_available(t); }},
-    {'G', "file", "SRTM control file", [](const char *, const char *t) { models_not_available(t); }},
-    {'g', "file", "GLM control file", [](const char *, const char *t) { models_not_available(t); }},
-    {'r', "file", "REM control file", [](const char *, const char *t) { models_not_available(t); }},
-    {'f', "file", "FIT control file", [](const char *, const char *t) { models_not_available(t); }},
+     [](const char *v, const char *) { read_named_model(v); }},
+    {'G', "file", "SRTM control file", [](const char *v, const char *) { read_model(MODEL_SRTM, v); }},
+    {'g', "file", "GLM control file", [](const char *v, const char *) { read_model(MODEL_GLM, v); }},
+    {'r', "file", "REM control file", [](const char *v, const char *) { read_model(MODEL_REM, v); }},
+    {'f', "file", "FIT control file", [](const char *v, const char *) { read_model(MODEL_FIT, v); }},
 };
 
 std::string option_string() {

@@ -1,6 +1,7 @@
-// Program entry: command line or start-up file, options, then the stacks.
-// Models, windows and the event loop follow in later steps, in the order
-// written out below.
+// Program entry: command line or start-up file, options and model control
+// files, the model's files, the stacks, the default model, overlays, the
+// graph record, the windows and the event loop, in the order written out
+// below.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -45,7 +46,38 @@ void zorview_startup_reset(void) {
   action_select_slices_reset();
   compute_display_size_reset();
   my_getopt_reset();
+  glm_view_reset();
+  GLM_engine_reset();
+  FT_graph_data_reset();
+  selectable_text_reset();
 }
+
+namespace {
+
+const zorview_options &o_flags() { return startup_options; }
+
+// The linear model with no events: a baseline for each image file.
+void set_up_default_model(int nruns) {
+  // The model holds at most GLM_MAX_RUNS runs; longer lists open without
+  // one, as the user asked for none.
+  if (nruns > GLM_MAX_RUNS) {
+    graph.time_model = 0;
+    return;
+  }
+  initialize_TimeSeriesModel(MODEL_GLM);
+  if (GLM_initialize(image_stack.nt, nruns)) {
+    graph.time_model = 0;
+    return;
+  }
+  int run = 0;
+  for (file_list *node = &image_files; node && node->file_name[0]; node = node->next, run++)
+    GLM_initialize_run(run, (float)node->start_image, (float)node->end_image, node->time_step);
+  glm_model.shape = SHAPE_GAMMA;
+  GLM_define_basis_functions();
+  if (GLM_input.notify) GLM_describe_basis_functions();
+}
+
+}  // namespace
 
 int zorview_main(int argc, char **argv) {
   // 1. The argument list: any number of tokens of any length.
@@ -69,10 +101,15 @@ int zorview_main(int argc, char **argv) {
   graph.time_model = 0;
   strcpy(ROI_file_name, ".roi");
 
-  // 4. Options. Model control files would be read here, at once.
+  // 4. Options. Model control files are read here, at once.
   parse_command_options(myargv, myargc);
 
-  // 5. Next: a named model adds its run files and maps to the lists.
+  // 5. A named model adds its run files and maps to the lists.
+  if (TimeSeriesModel_is_initialized()) {
+    int model_flags[5] = {o_flags().IncludeTimeData, o_flags().IncludeMaps, o_flags().UseT, o_flags().UseS,
+                          o_flags().Verbose};
+    if (define_TimeSeriesModel(5, model_flags)) zor_exit(1);
+  }
 
   // 6. Nothing to show.
   if (file_list_is_empty(&image_files)) {
@@ -93,13 +130,11 @@ int zorview_main(int argc, char **argv) {
   for (file_list *node = &activation_files; node && node->file_name[0]; node = node->next)
     if (node->scale_log == 2) convert_activation_scale(node);
   if (read_SpaceTime_data(Verbose, 1, &image_stack, &image_files, &nruns)) zor_exit(1);
-  (void)nruns;
 
   // 10. The shortest image file decides whether a default model can run.
   int min_nt = 100000;
   for (file_list *node = &image_files; node; node = node->next)
     if (node->nt < min_nt) min_nt = node->nt;
-  (void)min_nt;
 
   // 11. Wire frames assume voxel axes parallel to the coordinate axes.
   if (image_stack.off_diagonal) {
@@ -109,8 +144,14 @@ int zorview_main(int argc, char **argv) {
     puts("         wire frames won't work.");
   }
 
-  // Next: the default model when every image file has more than 2 time
-  // points.
+  // 12. Without a named model, series of three or more points each open
+  //     under an empty linear model over their runs.
+  if (!TimeSeriesModel_is_initialized()) {
+    if (min_nt > 2)
+      set_up_default_model(nruns);
+    else
+      graph.time_model = 0;
+  }
 
   // 13. The display state, with what the options asked for.
   mosaic.zoom_window = startup_options.zoom_window;

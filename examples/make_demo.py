@@ -2,7 +2,8 @@
 """Writes a small demo study: a 4-D NIfTI-1 run of 16-bit integers (a bright
 blob that rises and falls over time, on a quiet background with a little
 noise), a matching activation map of floats in the viewer's native format,
-and a region around the blob with a list file that names it.
+a region around the blob with a list file that names it, and a model control
+file with the block design as an event file.
 
 Usage: /usr/bin/python3 examples/make_demo.py [output folder, default demo]
 """
@@ -83,8 +84,22 @@ def main():
     with open(os.path.join(out, "regions.list"), "w") as f:
         f.write(f"blob {region} orange\n")
 
+    # The linear model of the run: its block design as event 1 (10 s on
+    # from 10 s and 30 s), and a control file that names the run and its
+    # events, as paths from the folder the viewer is started in.
+    events = os.path.join(out, "run1.glm")
+    with open(events, "w") as f:
+        f.write(f"{TIME_STEP:g}   # TR in seconds\n\n1     # the block design: on and off times in seconds\n")
+        for on in np.arange(10.0, NT * TIME_STEP, 20.0):
+            f.write(f"{on:g} {on + 10.0:g}\n")
+    with open(os.path.join(out, "study.ctl"), "w") as f:
+        f.write("time-model glm\n")
+        f.write("conditions 1\n")
+        f.write("runs:\n")
+        f.write(f"{run_name} {events}\n")
+
     print(f"demo study written to {out}/: run1.nii ({NX}x{NY}x{NZ}x{NT}), activation.bfloat,"
-          " blob.ovl listed in regions.list")
+          " blob.ovl listed in regions.list, the model study.ctl with its events run1.glm")
 
 
 if __name__ == "__main__":

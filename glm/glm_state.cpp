@@ -97,6 +97,7 @@ void GLM_engine_reset(void) {
   GLM_define_basis_functions_reset();
   GLMInternal_whiten_model_reset();
   GLM_FrequencyFilter_reset();
+  GLM_get_stimulus_reset();
   glm_fit_copies_reset();
   GLM.ncoeff = 0;
   GLM.dof = 0.0f;

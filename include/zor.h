@@ -17,6 +17,7 @@
 #include "zor_graph.h"
 #include "zor_actions.h"
 #include "zor_time_model.h"
+#include "zor_panels.h"
 #include "zor_roi_files.h"
 #include "zor_overlay.h"
 #include "zor_atomic_file.h"

@@ -216,4 +216,23 @@ int GLM_event_is_in_string(char *string, int index_event);
 int GLM_get_number_events_inside_residue(char *residue_string);
 int GLM_create_selective_residue(char *residue_string, int ntime, float *data_vector, float *fit_vector);
 
+// The model without a control file and the viewer's queries.
+int GLM_initialize(int ntime, int nruns);
+void GLM_initialize_run(int index_run, float start, float stop, float time_step);
+int GLM_identify_time_point(int iTime, char *residue_string, char *output_string);
+int GLM_is_initialized(void);
+int GLM_get_nbaseline_terms(void);
+int GLM_set_nbaseline_terms(int nbaseline);
+int GLM_get_number_events(void);
+int GLM_get_event_number(int index_event);
+int GLM_event_is_defined(int event_number);
+int GLM_get_paradigm_shape(int event_number);
+int GLM_get_tr(int irun, float *tr);
+float GLM_get_run_start_time(int iRun);
+// The stimuli of one event in turn: -1 rewinds and gives 0; then 1 with each
+// stimulus, and 0 (rewinding) after the last. Gamma, sigmoid, sine and
+// cosine stimuli end one second after they start.
+int GLM_get_stimulus(int index_event, float *stim_on, float *stim_off);
+void GLM_get_stimulus_reset(void);
+
 #endif

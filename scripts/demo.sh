@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds, writes a small demo study into demo/ and
 # shows it: the image window, and beside it the graph window with the time
-# course under the cross-hair, which is put on the responding blob. Without
+# course under the cross-hair, which is put on the responding blob, and the
+# linear model's fit to it. Without
 # an X display the viewer runs under a virtual server (Xvfb), and both
 # windows are saved side by side as demo/screenshot.png.
 set -euo pipefail
@@ -13,10 +14,12 @@ bash scripts/build.sh build
 /usr/bin/python3 examples/make_demo.py demo
 
 program=build/zorview
-args=(-v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list)
+# The run comes from the model's control file, which also names its events.
+args=(-v -g demo/study.ctl -N -a demo/activation.bfloat -o demo/regions.list)
 
 # A figure without any X server: the image window's picture as a PNG.
-build/zorrender "${args[@]}" --zoom 3 --out demo/figure.png >/dev/null
+build/zorrender -v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list --zoom 3 \
+  --out demo/figure.png >/dev/null
 echo "wrote demo/figure.png (zorrender, no X server needed)"
 echo "running: $program ${args[*]}"
 

@@ -5,6 +5,7 @@
 #include "zor_annotate.h"
 #include "zor_display_state.h"
 #include "zor_geometry.h"
+#include "zor_panels.h"
 
 void reset_cursor_selections(void) {
   mosaic.cursor_selection = 0;
@@ -15,12 +16,24 @@ void reset_cursor_selections(void) {
   for (SelectableText *t = &graph.SelectText; t; t = t->next) t->selected = 0;
 }
 
-// The menu strips have no items yet, so the pointer there is on nothing.
+// The menu strips: an item under the pointer, or nothing (above only).
 void CursorSelection_AboveImageWindow(int x2d, int y2d) {
-  mosaic.cursor_selection |= CURSOR_ON_NOTHING;
+  const int id = CursorOnSelectableText_AboveImageWindow(x2d, y2d);
+  if (id) {
+    mosaic.cursor_selection |= CURSOR_ON_TEXT;
+    mosaic.text_selection = id;
+  } else {
+    mosaic.cursor_selection |= CURSOR_ON_NOTHING;
+  }
 }
 
-void CursorSelection_BelowImageWindow(int x2d, int y2d) {}
+void CursorSelection_BelowImageWindow(int x2d, int y2d) {
+  const int id = CursorOnSelectableText_BelowImageWindow(x2d, y2d);
+  if (id) {
+    mosaic.cursor_selection |= CURSOR_ON_TEXT;
+    mosaic.text_selection = id;
+  }
+}
 
 void CursorSelection_OnColorBar(int iy) {
   mosaic.cursor_selection |= CURSOR_ON_COLORBAR;

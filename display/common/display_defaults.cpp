@@ -3,6 +3,7 @@
 // region and wire.
 #include <cstring>
 
+#include "zor_panels.h"
 #include "zor_alloc.h"
 #include "zor_colour.h"
 #include "zor_compose.h"
@@ -90,4 +91,5 @@ void initialize_mosaic_ovl(int number_panels) {
   mosaic.toggle_overlays = 0;
 
   initialize_overlay_records();
+  initialize_selectable_text();
 }

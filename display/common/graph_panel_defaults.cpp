@@ -1,7 +1,5 @@
-// The graph window's menus and result-table bookkeeping as they stand
-// before the menus have items and before any table is written: the hit
-// tests walk the (empty) item list, the strips are drawn without labels,
-// and every file holds no region yet.
+// Result-table bookkeeping as it stands before any table is written: every
+// file holds no region yet.
 #include <cstring>
 
 #include "zor_graph.h"
@@ -12,46 +10,3 @@
 char ROI_file_name[1024] = ".roi";
 
 int get_number_rois_in_file(const char *file_name) { return 0; }
-
-int CursorOnSelectableText_AboveGraphWindow(int ix_pos) {
-  int hit = 0;
-  for (SelectableText *t = &graph.SelectText; t; t = t->next) {
-    if (!t->visible || t->YLocation != 1) continue;
-    t->selected = t->XSelectStart <= ix_pos && ix_pos <= t->XSelectEnd;
-    if (t->selected) hit = t->FieldID;
-  }
-  return hit;
-}
-
-int CursorOnSelectableText_BelowGraphWindow(int ix_pos, int iy_pos) {
-  static const int low[3] = {1, 16, 31}, high[3] = {14, 29, 44};
-  int hit = 0;
-  for (SelectableText *t = &graph.SelectText; t; t = t->next) {
-    if (!t->visible || t->YLocation < 2 || t->YLocation > 4) continue;
-    const int r = t->YLocation - 2;
-    t->selected = t->XSelectStart <= ix_pos && ix_pos < t->XSelectEnd && low[r] <= iy_pos &&
-                  iy_pos <= high[r];
-    if (t->selected) hit = t->FieldID;
-  }
-  return hit;
-}
-
-void update_graph_selectable_text(void) {}
-
-void draw_selectable_text_graph(void) {
-  if (XWindow_graph == 0 || graph.size.x <= 0) return;
-  update_graph_selectable_text();
-  const IPOINT2D S = graph.size;
-  DPRIMITIVE_FillRectangle(Drawable_GraphWindow, COLOR_CYAN, IPOINT2D{0, 0},
-                           IPOINT2D{S.x, GRAPH_TOP_STRIP - 1});
-  const int info_width = XImage_GraphInfoArea ? XImage_GraphInfoArea->width : 0;
-  DPRIMITIVE_FillRectangle(Drawable_GraphWindow, COLOR_CYAN,
-                           IPOINT2D{info_width, S.y + GRAPH_TOP_STRIP},
-                           IPOINT2D{S.x, S.y + GRAPH_TOP_STRIP + GRAPH_BOTTOM_STRIP});
-}
-
-void action_graph_text_selection(int button) {
-  graph.update_regions |= GRAPH_REBUILD | GRAPH_MENUS;
-}
-
-void action_image_text_selection(int button) {}

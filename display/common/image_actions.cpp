@@ -19,6 +19,9 @@ namespace {
 
 // Where button 1 went down, kept until the next press.
 int press_x = 0, press_y = 0;
+// The menu item under the pointer at the last motion, so that the menus are
+// drawn again when it changes (labels with a hovered form change with it).
+int last_text_selection = 0;
 
 // Menu item that steps through the listed regions or wires.
 const int WHICH_OVL_WIRE_FIELD = 2;
@@ -58,7 +61,10 @@ int step_component(int32_t *component, int step, int n) {
 
 }  // namespace
 
-void image_actions_reset(void) { press_x = press_y = 0; }
+void image_actions_reset(void) {
+  press_x = press_y = 0;
+  last_text_selection = 0;
+}
 
 void action_RightPanel_button1(void) {}
 void action_RightPanel_button23(void) {}
@@ -225,6 +231,8 @@ void action_image_button5(void) { wheel(0); }
 
 void action_image_motion_notify(void) {
   mosaic.update_regions |= REGION_INFO_MOTION;
+  if (mosaic.text_selection != last_text_selection) mosaic.update_regions |= REGION_MENUS;
+  last_text_selection = mosaic.text_selection;
   // A rectangle being drawn follows the pointer over the data.
   if (drawing_overlay && sel(CURSOR_ON_VOXEL)) action_image_draw_overlay(0);
   // Without a cross-hair the time course follows the pointer.

@@ -7,6 +7,7 @@
 #include "zor_colour.h"
 #include "zor_compose.h"
 #include "zor_event_trace.h"
+#include "zor_panels.h"
 #include "zor_graph.h"
 #include "zor_x11.h"
 
@@ -54,6 +55,8 @@ void refresh_display_image(int which_area) {
     label_colorbar();
   }
   if (which_area == 0 || which_area == 3) {
+    update_image_selectable_text();
+    draw_selectable_text_image();
     copy_to_image_window(XPixmap_TopMenu, 0, XImage_TopMenu->width, XImage_TopMenu->height, 0, 0);
     copy_to_image_window(XPixmap_BottomMenu, 0, XImage_BottomMenu->width,
                          XImage_BottomMenu->height, lXBottomMenu, R.y + TOP_MENU_HEIGHT);

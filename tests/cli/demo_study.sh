@@ -42,4 +42,19 @@ if ! cmp -s "$work/out" "$work/expected"; then
   echo "FAIL load output:"; diff <(tr '\r' '\n' <"$work/expected") <(tr '\r' '\n' <"$work/out") | head -20
   exit 1
 fi
+# The model: a control file naming the run and its event file, whose one
+# event is the block design of the blob (10 s on from 10 s and 30 s).
+printf 'time-model glm\nconditions 1\nruns:\n%s %s\n' "$run" "$work/demo/run1.glm" |
+  cmp -s - "$work/demo/study.ctl" || { echo "FAIL control file"; cat "$work/demo/study.ctl"; exit 1; }
+[ "$(grep -v '^#' "$work/demo/run1.glm" | sed 's/ *#.*//' | tr -s '\n' ' ')" = "2 1 10 20 30 40 " ] || {
+  echo "FAIL event file"; cat "$work/demo/run1.glm"; exit 1; }
+# Started with the model, the program opens the run the control file names
+# and nothing is refused on the way.
+status=0
+env -u DISPLAY "$program" -g "$work/demo/study.ctl" -N -a "$map" >"$work/out" || status=$?
+[ "$status" -eq 1 ] || { echo "FAIL model exit status $status, expected 1"; exit 1; }
+tr '\r' '\n' <"$work/out" | grep -q "^$run: 100 %$" || { echo "FAIL model run not loaded"; cat "$work/out"; exit 1; }
+if grep -q "Error" <(grep -v "Error trying to open the display" "$work/out"); then
+  echo "FAIL model start-up:"; cat "$work/out"; exit 1
+fi
 echo "demo study checks passed"

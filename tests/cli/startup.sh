@@ -77,9 +77,14 @@ expect "value missing at the end" 1 'Error: no image files and no .zorview file
 ' "" -- -i
 expect "missing header" 1 "${voxels}Error: cannot open vistrel file b.hdr.
 " "" -- a.bshort b.bshort
-for m in -g -r -G -f -t; do
-  expect "model $m" 1 "Error: option $m needs time-series models, which are not available yet.
-" "" -- a.bshort $m control.txt
+# Model control files are read as soon as their option is met.
+expect "model -g" 1 'Error: cannot open the file control.txt.
+' "" -- a.bshort -g control.txt
+expect "model -t" 1 'Error: cannot open file control.txt containing the time model
+' "" -- a.bshort -t control.txt
+for m in -r -G -f; do
+  expect "model $m" 1 'Error: only the GLM, REM, & SRTM-GLM models are defined.
+' "" -- a.bshort $m control.txt
 done
 
 # Start-up files.

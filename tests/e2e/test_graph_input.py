@@ -90,9 +90,17 @@ class GraphInput(e2e.ViewerTestCase):
         mark = v.key(g, "u", x=600, y=300)
         v.wait_event("KeyPress", after=mark, window="graph")
         img = v.capture(g)
-        scale = gk.Scale(range(12), CURVE, percent=True)
+        # A series of twelve points opens under the linear model without
+        # events, which shows percent change from the curve's mean and
+        # widens its limits by one percent each way.
+        curve = np.array(CURVE, dtype=np.float32)
+        mean = np.float32(np.sum(curve.astype(np.float64)) / 12)
+        percent = (curve / mean - np.float32(1)) * np.float32(100)
+        scale = gk.Scale(range(12), percent)
+        scale.min_y, scale.max_y = percent.min() - np.float32(1), percent.max() + np.float32(1)
+        scale.sy = np.float32(gk.GRAPH_SIZE[1]) / (scale.max_y - scale.min_y)
         for t in (3, 6, 8):
-            self.assertEqual(img.pixel(*scale.pixel(t, CURVE[t])), gk.YELLOW, "t = %d" % t)
+            self.assertEqual(img.pixel(*scale.pixel(t, percent[t])), gk.YELLOW, "t = %d" % t)
 
     def test_up_arrow_over_the_upper_half_raises_the_upper_limit(self):
         v, w = self.start((8, 8, 2, 12), course)
