@@ -10,6 +10,7 @@ packages=(
   xvfb xdotool x11-apps x11-utils xfonts-base imagemagick
   python3 python3-numpy python3-scipy python3-nibabel python3-dipy python3-statsmodels python3-pil
   libopenblas0-pthread
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -1,5 +1,5 @@
-"""Hostile use: 2,000 random key presses, clicks, drags and wheel turns
-over both windows, inside and outside the data areas, on four awkward
+"""Hostile use: 2,000 random key presses, clicks, drags, wheel turns and
+window-manager deletes of the graph window over both windows, inside and outside the data areas, on four awkward
 studies (one slice, one time point, a constant volume, NaN and infinite
 voxels). Afterwards the program still runs, answers a click, and idles at
 under 2 % of a processor."""
@@ -66,6 +66,14 @@ def wait_until_quiet(viewer, quiet=0.5, timeout=30.0):
     raise AssertionError("the program kept handling events for %.0f s" % timeout)
 
 
+def graph_shown(viewer):
+    """The graph window now mapped, or None."""
+    found = viewer.server.run(["xdotool", "search", "--onlyvisible", "--name", r"^(time points|histogram)"],
+                              check=False)
+    ids = [w for w in found.split() if w.isdigit()]
+    return int(ids[-1]) if ids else None
+
+
 def random_commands(rng, boxes, count):
     """xdotool commands: pointer moves to absolute positions in (or a little
     beyond) the windows, then a key, a click, a drag or a wheel turn."""
@@ -105,7 +113,15 @@ class HostileInput(e2e.ViewerTestCase):
                 v.server.run(["xdotool", "windowsize", str(g), "700", "300"], check=False)
                 boxes = [frame(v, w), frame(v, g)]
                 mark = v.trace_mark()
-                v.server.run(["xdotool"] + random_commands(rng, boxes, EVENTS_PER_STUDY))
+                # The stream in four parts, the window manager asking the graph
+                # window (the one shown now, when there is one) to close
+                # between them; "g" among the keys opens it again.
+                for part in range(4):
+                    v.server.run(["xdotool"] + random_commands(rng, boxes, EVENTS_PER_STUDY // 4))
+                    wait_until_quiet(v)
+                    shown = graph_shown(v)
+                    if shown is not None:
+                        v.send_delete(shown)
                 # Once the program has caught up, end any prompt the keys
                 # opened, over the image window, which a new graph window may
                 # cover.

@@ -1,0 +1,162 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora of the fuzz targets into tests/fuzz/corpus/.
+
+Text seeds are the formats' own examples and the unit tests' edge cases;
+volume seeds are made here and copied from the small NIfTI files that
+python3-nibabel and python3-dipy ship. Run with Debian's /usr/bin/python3."""
+import gzip
+import os
+import struct
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+NIBABEL = '/usr/lib/python3/dist-packages/nibabel/tests/data'
+DIPY = '/usr/lib/python3/dist-packages/dipy/data/files'
+
+
+def put(target, name, data):
+    folder = os.path.join(HERE, 'corpus', target)
+    os.makedirs(folder, exist_ok=True)
+    if isinstance(data, str):
+        data = data.encode('latin-1')
+    with open(os.path.join(folder, name), 'wb') as f:
+        f.write(data)
+
+
+def nifti(dims, datatype=16, bitpix=32, offset=352, magic=b'n+1\0', pixdim=(1, 2, 2, 3, 2),
+          data=None, slope=0.0, inter=0.0, qform=0, sform=0, endian='<'):
+    h = bytearray(348)
+    struct.pack_into(endian + 'i', h, 0, 348)
+    d = [len(dims)] + list(dims) + [1] * (7 - len(dims))
+    struct.pack_into(endian + '8h', h, 40, *d)
+    struct.pack_into(endian + 'hh', h, 70, datatype, bitpix)
+    p = list(pixdim) + [1] * (8 - len(pixdim))
+    struct.pack_into(endian + '8f', h, 76, *p)
+    struct.pack_into(endian + 'fff', h, 108, offset, slope, inter)
+    struct.pack_into(endian + 'hh', h, 252, qform, sform)
+    h[344:348] = magic
+    n = 1
+    for x in dims:
+        n *= x
+    if data is None:
+        data = bytes((i * 7) % 251 for i in range(n * bitpix // 8))
+    pad = b'\0' * max(0, int(offset) - 348) if magic.startswith(b'n+1') else b''
+    return bytes(h), pad + data
+
+
+def single(*a, **k):
+    h, d = nifti(*a, **k)
+    return h + d
+
+
+def main():
+    # Volumes, single file.
+    put('nifti_single', 'float4d.nii', single((4, 3, 2, 2)))
+    put('nifti_single', 'short.nii', single((4, 3, 2), datatype=4, bitpix=16, slope=2.0, inter=1.0))
+    put('nifti_single', 'odd_offset_short.nii', single((4, 3, 2), datatype=4, bitpix=16, offset=353))
+    put('nifti_single', 'uint8.nii', single((5, 4, 3), datatype=2, bitpix=8, qform=1))
+    put('nifti_single', 'double.nii', single((2, 2, 2, 3), datatype=64, bitpix=64, sform=1))
+    put('nifti_single', 'int32_big.nii', single((3, 3, 3), datatype=8, bitpix=32, endian='>'))
+    put('nifti_single', 'complex.nii', single((2, 2, 2), datatype=32, bitpix=64))
+    put('nifti_single', 'rgb.nii', single((2, 2, 2), datatype=128, bitpix=24))
+    put('nifti_single', 'truncated.nii', single((4, 3, 2, 2))[:400])
+    put('nifti_single', 'zero_dim.nii', single((0, 3, 2)))
+    for name in ['standard.nii.gz']:
+        put('nifti_single', 'nibabel_' + name[:-3], gzip.open(os.path.join(NIBABEL, name)).read())
+    for name in ['resampled_anat_moved.nii']:
+        put('nifti_single', 'nibabel_' + name, open(os.path.join(NIBABEL, name), 'rb').read())
+    for name in ['small_25.nii.gz', 'func_coef.nii.gz']:
+        put('nifti_single', 'dipy_' + name[:-3], gzip.open(os.path.join(DIPY, name)).read())
+
+    # Volumes, header and image pair.
+    for name, kw in [('float', {}), ('short', dict(datatype=4, bitpix=16)),
+                     ('big', dict(endian='>'))]:
+        h, d = nifti((4, 3, 2, 2), magic=b'ni1\0', offset=0, **kw)
+        put('nifti_pair', name, h + d)
+    nib_hdr = open(os.path.join(NIBABEL, 'nifti1.hdr'), 'rb').read()[:348]
+    put('nifti_pair', 'nibabel_nifti1_hdr', nib_hdr + bytes(range(256)) * 2)
+    put('nifti_pair', 'nibabel_analyze_hdr',
+        open(os.path.join(NIBABEL, 'analyze.hdr'), 'rb').read()[:348] + bytes(64))
+
+    # Native format: first byte picks bshort, bfloat, blong, bdouble, ushort.
+    data = bytes((i * 13) % 256 for i in range(4 * 3 * 2 * 2 * 8))
+    put('native_header', 'float', b'\x01' + b'x 4\ny 3\nz 2\nt 2\nstorage-type float\n@@\n' + data)
+    put('native_header', 'short', b'\x00' + b'x 4\ny 3\nz 2\nt 1\nbyte-order 0\n@@\n' + data)
+    put('native_header', 'keywords', b'\x02' +
+        b'# a volume\nx 4\ny 3\nz 2\nt 2\nresolution 2 2 3\norigin 0 0 0\n'
+        b'storage-type long\ndata-type complex\nbyte-order 1\nregistration none\n@@\n' + data)
+    put('native_header', 'double', b'\x03' + b'x 2\ny 2\nz 2\nt 1\nstorage-type double\n@@\n' + data)
+    put('native_header', 'ushort', b'\x04' + b'x 4\ny 3\nz 2\nstorage-type ushort\n@@\n' + data)
+    put('native_header', 'no_x', b'\x01' + b'y 3\nz 2\n@@\n' + data)
+
+    # FreeSurfer series: slice header, series header, two slices.
+    sl = bytes(range(24)) * 2
+    put('freesurfer', 'two_slices', b'3 4 2 1\n@@\n'
+        b'cols: 4\nrows: 3\nnframes: 2\nslice_thick: 3\n'
+        b'top_left_r: 0\ntop_left_a: 0\ntop_left_s: 0\n'
+        b'top_right_r: 8\ntop_right_a: 0\ntop_right_s: 0\n'
+        b'bottom_right_r: 8\nbottom_right_a: 6\nbottom_right_s: 0\n'
+        b'normal_r: 0\nnormal_a: 0\nnormal_s: 1\nimage_te: 30\nimage_ti: 0\nflip_angle: 90\n'
+        b'@@\n' + sl + b'\n@@\n' + sl)
+    put('freesurfer', 'no_bhdr', b'3 4 1 0\n@@\n@@\n' + sl[:24])
+
+    # Start-up and command line.
+    for name, words in [('image', ['v.nii']), ('planes', ['v.nii', '-3', '-m', '-1']),
+                        ('maps', ['v.nii', '-a', 'v.nii', '-p', 'v.nii', '-A', 'v.nii', '-e', 'v.nii']),
+                        ('layout', ['v.nii', '-x', '2', '-z', '3', '-y', '-Y', '-v']),
+                        ('help', ['-h']), ('flip', ['-y']), ('missing', ['-a']),
+                        ('model', ['-g', 'glm.txt']), ('unknown', ['v.nii', '-Q']),
+                        ('lists', ['v.nii', '-o', 'x', '-w', 'y', '-d', 'z']),
+                        ('selection', ['v.nii', '-m', '0,3-5,9-7,z'])]:
+        put('command_line', name, '\n'.join(words) + '\n')
+    put('startup_file', 'image', 'zorview v.nii -m 4\nremembered text\n')
+    put('startup_file', 'planes', 'zorview -3 v.nii\n')
+    put('startup_file', 'empty', '')
+    put('startup_file', 'name_only', 'zorview\n')
+    put('startup_file', 'long', 'zorview ' + 'v.nii ' * 300 + '\n')
+
+    for i, s in enumerate(['0,3-5,9-7,z', 'all', '', '-', '1-', '-3', '63', '64', 'z', 'a-c',
+                           '0-63', '5,5,5', '1,,2', '99999999999', ' 1 - 2 ']):
+        put('selection_list', 's%02d' % i, s)
+
+    put('line_reader', 'comments', '# comment\nvalue 1 # trailing\n\n\t \nlast')
+    put('line_reader', 'long', 'x' * 1500 + '\nshort\n' + 'y' * 1023 + '\n')
+    put('line_reader', 'crlf', 'a b\r\nc\td\r\n')
+
+    # Regions, wires, tracts.
+    put('overlay_file', 'weights', '3 0 0 0.25\n2 1 0 0.5\n2 1 0 0.75\n')
+    put('overlay_file', 'comment', '1 1 1 # the hippocampus\n0 0 0 0.5#x\n')
+    put('overlay_file', 'outside', '7 0 0\n1 2 1\n-1 0 0\n')
+    put('overlay_file', 'short_line', '1 2\n0 0 0 1\n1 0 0 0\n')
+    put('overlay_list', 'two', 'caudate a.ovl red\n\tputamen\ta.ovl\tsky\n@@\n1 1 1\n0 0 0 0.5\n')
+    put('overlay_list', 'comments', '# regions\n\n   \none a.ovl # first\n\t\n@@\n3 2 1 0.5\n')
+    put('overlay_list', 'no_color', 'one a.ovl\n@@\n1 1 1\n')
+    put('wire_list', 'one', 'w a.wire green\n@@\n0 0 0 1\n1 1 1 2\n2 2 2 1\n3 3 3 0\n')
+    put('wire_list', 'short', 'w a.wire\n@@\n1 2\n3 1 4\n5 6 0')
+    put('tract_file', 'four', struct.pack('<12i', 4, 3, 2, 2, 0, 1, 3, 5, 6, 7, 1, 23))
+    put('tract_file', 'huge_dims', struct.pack('<5i', 2**31 - 1, 2**31 - 1, 2, 1, 0))
+    put('tract_file', 'negative_length', struct.pack('<6i', 4, 3, 2, -5, 0, 1))
+    put('tract_file', 'header_only', struct.pack('<3i', 4, 3, 2))
+
+    # Linear models.
+    glm = ('notify\nbaseline-terms 3\nnormalize-BOLD\nIRF bold.irf\nconvolve-table 8 9\n'
+           'conditions 1 2 12 1-2\nruns:\nrun.bfloat run.glm table.dat\n')
+    events = '1 block 1.0\n2 block 1.0\n1 2 4\n2 6 8\n'
+    put('glm_control', 'example', glm + '@@\n' + events + '@@\n1 2\n0 1\n@@\n0 0.5 1 0.5 0\n')
+    put('glm_control', 'minimal', 'conditions 1\nruns:\nrun.bfloat run.glm\n@@\n1 3 5\n@@\n@@\n')
+    put('glm_control', 'bad_keyword', 'frobnicate 3\nruns:\nrun.bfloat run.glm\n@@\n@@\n@@\n')
+    put('glm_events', 'blocks', events + '@@\n1 2 12 1-2')
+    put('glm_events', 'shapes', '1 gamma 1.0 6.0\n2 drug-IRF 24.\n1 0 5 2.0\n2 3 9\n@@\n1 2')
+    put('glm_events', 'empty', '@@\n1')
+    put('glm_table', 'two_columns', 'a b\n1 2\n3 4\n5 6\n7 8\n9 10\n1 2\n3 4\n5 6\n7 8\n9 10\n')
+    put('glm_table', 'short', '1\n2\n')
+    put('glm_response', 'shape', '0 0.5 1 0.5 0\n')
+    put('glm_response', 'two_columns', '0 0\n1 0.5\n2 1\n3 0.5\n4 0\n')
+    rem = 'conditions 1 2 1-2\nruns:\nrun.bfloat 1 0\nrun.bfloat 0 1\n'
+    put('rem_control', 'two_groups', rem)
+    put('rem_control', 'overlapping', 'overlapping-events\nconditions 1\nruns:\nrun.bfloat 1 1\n')
+    put('srtm_control', 'example', 'conditions 1\nruns:\nrun.bfloat run.pet table.dat\n@@\n'
+        '1 k2a\n1 0 10\n@@\nduration ref\n60 1\n60 2\n60 3\n60 4\n60 5\n60 6\n60 7\n60 8\n60 9\n60 10\n')
+    put('pet_files', 'table_events', 'duration ref\n60 1\n60 2\n60 3\n@@\n1 k2a\n1 0 10\n')
+
+
+main()
