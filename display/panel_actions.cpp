@@ -1,6 +1,6 @@
 // What a click on a menu item does, in the image window and in the graph.
-// Tools that this viewer does not have yet (region and wire editing, region
-// tables, help, tractography) say so on the information line.
+// Tools that this viewer does not have yet (wire editing, region tables, help,
+// tractography) say so on the information line.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +11,7 @@
 #include "zor_compose.h"
 #include "zor_graph.h"
 #include "zor_overlay.h"
+#include "zor_overlay_edit.h"
 #include "zor_panels.h"
 #include "zor_time_model.h"
 #include "zor_x11.h"
@@ -29,7 +30,10 @@ bool wires_allowed(void) { return mosaic.display_3orthogonal || mosaic.mosaic_or
 void new_overlay_or_wire(int button) {
   // n: a region from the map; N: a wire frame.
   const bool wire = button == 1 ? (!map_shown() && wires_allowed()) : wires_allowed();
-  not_yet(0, wire ? "new wire frame (N)" : "new overlay from the map (n)");
+  if (wire)
+    not_yet(0, "new wire frame (N)");
+  else
+    action_key_n();
 }
 
 void step_function(int button) {
@@ -154,12 +158,17 @@ void action_image_text_selection(int button) {
   const int id = mosaic.text_selection;
   switch (id) {
     case TEXTFIELD_NEW_OVL_WIRE: new_overlay_or_wire(button); break;
-    case TEXTFIELD_READ_OVL_WIRE: not_yet(0, button == 1 ? "read an overlay (r)" : "read a wire frame (R)"); break;
-    case TEXTFIELD_DEL_OVL_WIRE: not_yet(0, button == 1 ? "delete an overlay (d)" : "delete a wire frame (D)"); break;
-    case TEXTFIELD_COLOR_OVL_WIRE: not_yet(0, button == 1 ? "color an overlay (c)" : "color a wire frame (C)"); break;
-    case TEXTFIELD_MIRROR_OVL_WIRE: not_yet(0, button == 1 ? "mirror an overlay (m)" : "mirror a wire frame (M)"); break;
+    case TEXTFIELD_READ_OVL_WIRE: button == 1 ? action_key_r() : not_yet(0, "read a wire frame (R)"); break;
+    case TEXTFIELD_DEL_OVL_WIRE: button == 1 ? action_key_d() : not_yet(0, "delete a wire frame (D)"); break;
+    case TEXTFIELD_COLOR_OVL_WIRE: button == 1 ? action_key_c() : not_yet(0, "color a wire frame (C)"); break;
+    case TEXTFIELD_MIRROR_OVL_WIRE: button == 1 ? action_key_m() : not_yet(0, "mirror a wire frame (M)"); break;
     case TEXTFIELD_FILL_WIRE: not_yet(0, "fill closed wire frames (F)"); break;
-    case TEXTFIELD_OVL_STATS: not_yet(0, "region statistics (s/S)"); break;
+    case TEXTFIELD_OVL_STATS:
+      if (button == 1)
+        write_roi_stats(0);
+      else if (ovl_root.npts > 0)
+        write_roi_stats(1);
+      break;
     case TEXTFIELD_TRANSPARENT: action_key_T(); break;
     case TEXTFIELD_IMAGE_LEVEL: action_key_i(); break;
     case TEXTFIELD_IMAGE_ZOOM: button == 1 ? action_key_z() : action_key_Z(); break;
@@ -183,7 +192,7 @@ void action_image_text_selection(int button) {
       mosaic.update_regions |= REGION_MENUS;
       break;
     case TEXTFIELD_WHICH_OVL_WIRE:
-      not_yet(0, "stepping through overlays and wires");
+      action_step_overlay_list(button == 1, 0);
       mosaic.update_regions |= REGION_MENUS;
       break;
     case TEXTFIELD_MOSAIC_3PLANE: toggle_three_planes(); break;
@@ -283,7 +292,7 @@ void action_graph_text_selection(int button) {
     case TEXTFIELD_GRAPH_CLUSTER:
     case TEXTFIELD_GRAPH_FLATTEN:
     case TEXTFIELD_GRAPH_OVL_KEEP:
-    case TEXTFIELD_GRAPH_OVL_DISCARD: not_yet(1, "region editing from the histogram"); break;
+    case TEXTFIELD_GRAPH_OVL_DISCARD: overlay_graph_text_selection(graph.text_selection, button); break;
     default: action_graph_text_selection_specific(button); break;
   }
   graph.update_regions |= GRAPH_REBUILD | GRAPH_MENUS;

@@ -12,6 +12,7 @@
 #include "graph_fixture.h"
 #include "test_support.h"
 #include "zor_overlay_edit.h"
+#include "zor_panels.h"
 
 namespace {
 
@@ -763,6 +764,25 @@ TEST_F(OverlayEditing, GraphMenuItemsActOnTheRegion) {
   EXPECT_FLOAT_EQ(image_stack.Volume[0][idx(3, 1, 1)], 113.0f);
   EXPECT_EQ(overlay_graph_text_selection(10, 1), 0);
   EXPECT_EQ(overlay_graph_text_selection(22, 1), 0);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(OverlayEditing, MenuItemsOfBothWindowsReachTheRegionTools) {
+  ovl_root.color = COLOR_RED;
+  set(0, 0, 0);
+  update_root_overlay(1, 1);
+  // The graph's dilate item grows the region as the tool does.
+  graph.text_selection = TEXTFIELD_GRAPH_DILATE;
+  action_graph_text_selection(1);
+  EXPECT_EQ(ovl_root.npts, 8);
+  // The image window's delete item clears it with the left button.
+  mosaic.text_selection = TEXTFIELD_DEL_OVL_WIRE;
+  action_image_text_selection(1);
+  EXPECT_EQ(ovl_root.npts, 0);
+  EXPECT_FLOAT_EQ(w(0, 0, 0), 0.0f);
 }
 
 }  // namespace
