@@ -2,12 +2,15 @@
 // laid out from the present state: place, hit range, colour, visibility,
 // label and help of every item, so that the menus keep no state of their
 // own beyond the item under the pointer.
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "zor_colour.h"
+#include "zor_float_int.h"
 #include "zor_overlay.h"
 #include "zor_panels.h"
 #include "zor_stack.h"
@@ -91,11 +94,16 @@ void data_type_item(SelectableText *t, int R) {
 }
 
 // The two places over the colorbar for the sign and scheme items.
+// Sums are made in 64 bits and held to the int range: a huge zoom asked for on
+// the command line must not overflow them.
+int held_to_int(long long v) { return (int)std::max<long long>(INT_MIN, std::min<long long>(INT_MAX, v)); }
+
 void colorbar_place(SelectableText *t, bool right, int R, int C, bool visible) {
+  const long long r = R, c = C;
   if (right)
-    place(t, R + 3 * C / 5, R + C / 2, R + C, COLOR_WHITE, visible);
+    place(t, held_to_int(r + 3 * c / 5), held_to_int(r + c / 2), held_to_int(r + c), COLOR_WHITE, visible);
   else
-    place(t, R + C / 5, R, R + C / 2, COLOR_WHITE, visible);
+    place(t, held_to_int(r + c / 5), R, held_to_int(r + c / 2), COLOR_WHITE, visible);
 }
 
 void orientation_item(SelectableText *t, int W, int C, int P, int R) {
@@ -123,11 +131,11 @@ void range_item(SelectableText *t) {
   if (activation.visible && activation.nmaps != 0) {
     const float low = get_activation_threshold(-1), high = get_activation_threshold(1);
     if (activation.scale_log || high - low > 5.0f)
-      snprintf(label, sizeof label, "%d to %d", (int)truncf(low), (int)truncf(high));
+      snprintf(label, sizeof label, "%d to %d", truncate_to_int(low), truncate_to_int(high));
     else
       snprintf(label, sizeof label, "%g to %g", low, high);
   } else if (image_scale_max - image_scale_min > 5.0f) {
-    snprintf(label, sizeof label, "%d to %d", (int)truncf(image_scale_min), (int)truncf(image_scale_max));
+    snprintf(label, sizeof label, "%d to %d", truncate_to_int(image_scale_min), truncate_to_int(image_scale_max));
   } else {
     snprintf(label, sizeof label, "%g to %g", image_scale_min, image_scale_max);
   }
@@ -381,8 +389,10 @@ void update_common_image_selectable_text(void) {
 }
 
 void update_specific_image_selectable_text(void) {
-  const int R = mosaic.ImageRegionPixels.x;
-  const int C = mosaic.nx_ColorBar;
+  // Held far beyond any window X can open, so that the sums below cannot
+  // overflow when a huge zoom is asked for.
+  const int R = std::min(mosaic.ImageRegionPixels.x, 1 << 28);
+  const int C = std::min(mosaic.nx_ColorBar, 1 << 28);
   const int B = lXBottomMenu, W = lPixelsX_BottomMenu, P = mosaic.nx_RightPanel;
   const int istep = R > 374 ? R / 25 : 15;
   const char *const traced = "XXXXXXXXXXXXXXXXXXXXXXXXXXXXXXXX";
