@@ -13,15 +13,6 @@
 
 namespace {
 
-// The text after the first word, past its white space.
-char *argument_of(char *line) {
-  char *p = line;
-  while (*p == ' ' || *p == '\t') p++;
-  while (*p && *p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') p++;
-  while (*p == ' ' || *p == '\t') p++;
-  return p;
-}
-
 int decode_time_model(char *argument) {
   char word[ZOR_LINE] = "";
   sscanf(argument, "%1023s", word);

@@ -14,23 +14,6 @@ int glm_output_info = 0;
 
 namespace {
 
-// The text after the first word, past its white space, without the line end.
-char *argument_of(char *line) {
-  char *p = line;
-  while (*p == ' ' || *p == '\t') p++;
-  while (*p && *p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') p++;
-  while (*p == ' ' || *p == '\t') p++;
-  return p;
-}
-
-void copy_without_line_end(char *destination, const char *source) {
-  size_t n = strlen(source);
-  while (n > 0 && (source[n - 1] == '\n' || source[n - 1] == '\r')) n--;
-  if (n > ZOR_LINE - 1) n = ZOR_LINE - 1;
-  memcpy(destination, source, n);
-  destination[n] = '\0';
-}
-
 int decode_time_model(char *argument) {
   char word[ZOR_LINE] = "";
   sscanf(argument, "%1023s", word);

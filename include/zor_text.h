@@ -24,6 +24,11 @@ std::vector<std::string> split_words(const char *line);
 // True when a line holds nothing but white space: the one test of a blank
 // line for every reader.
 int is_blank_line(const char *line);
+// The text after a line's first word, past its white space: where a model
+// file's keyword line keeps its argument.
+char *argument_of(char *line);
+// Copies a line without its line end, cut to fit a ZOR_LINE buffer.
+void copy_without_line_end(char *destination, const char *source);
 
 // Option scanner over one argument list; see my_getopt_reset.
 int my_getopt(int argc, char **argv, const char *option_string, int *which_arg);

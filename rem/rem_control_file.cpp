@@ -12,23 +12,6 @@
 
 namespace {
 
-// The text after the first word, past its white space.
-char *argument_of(char *line) {
-  char *p = line;
-  while (*p == ' ' || *p == '\t') p++;
-  while (*p && *p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') p++;
-  while (*p == ' ' || *p == '\t') p++;
-  return p;
-}
-
-void copy_without_line_end(char *destination, const char *source) {
-  size_t n = strlen(source);
-  while (n > 0 && (source[n - 1] == '\n' || source[n - 1] == '\r')) n--;
-  if (n > ZOR_LINE - 1) n = ZOR_LINE - 1;
-  memcpy(destination, source, n);
-  destination[n] = '\0';
-}
-
 int is_measurements_word(const char *word) {
   return !strcmp(word, "measurements") || !strcmp(word, "measurements:");
 }

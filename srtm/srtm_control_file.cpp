@@ -13,22 +13,6 @@
 
 namespace {
 
-// The text after the first word, past its white space.
-char *argument_of(char *line) {
-  char *p = line;
-  while (*p == ' ' || *p == '\t') p++;
-  while (*p && *p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') p++;
-  return next_non_white(p);
-}
-
-void copy_without_line_end(char *destination, const char *source) {
-  size_t n = strlen(source);
-  while (n > 0 && (source[n - 1] == '\n' || source[n - 1] == '\r')) n--;
-  if (n > ZOR_LINE - 1) n = ZOR_LINE - 1;
-  memcpy(destination, source, n);
-  destination[n] = '\0';
-}
-
 int decode_time_model(char *argument) {
   char word[ZOR_LINE] = "";
   sscanf(argument, "%1023s", word);

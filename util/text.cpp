@@ -1,5 +1,6 @@
 // Line readers and small character helpers shared by every text file reader.
 #include "zor_text.h"
+#include "zor_types.h"
 
 #include <cctype>
 #include <cstring>
@@ -52,4 +53,18 @@ int is_blank_line(const char *line) {
   for (const char *p = line; *p; p++)
     if (!isspace(static_cast<unsigned char>(*p))) return 0;
   return 1;
+}
+
+char *argument_of(char *line) {
+  char *p = next_non_white(line);
+  while (*p && *p != ' ' && *p != '\t' && *p != '\n' && *p != '\r') p++;
+  return next_non_white(p);
+}
+
+void copy_without_line_end(char *destination, const char *source) {
+  size_t n = strlen(source);
+  while (n > 0 && (source[n - 1] == '\n' || source[n - 1] == '\r')) n--;
+  if (n > ZOR_LINE - 1) n = ZOR_LINE - 1;
+  memcpy(destination, source, n);
+  destination[n] = '\0';
 }
