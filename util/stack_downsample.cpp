@@ -63,13 +63,18 @@ double weighted_mean(const AxisWeights &wx, const AxisWeights &wy, const AxisWei
 }  // namespace
 
 int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
-  if (new_dim_xy < 1 || new_dim_z < 1 || stack->data_type < 0 || stack->data_type > 3) {
-    printf("Error: cannot downsample stack `%s' to (%d,%d,%d) voxels.\n", stack->name, new_dim_xy,
-           new_dim_xy, new_dim_z);
+  return downsample_stack_xyz(stack, new_dim_xy, new_dim_xy, new_dim_z);
+}
+
+int downsample_stack_xyz(data_stack *stack, int new_dim_x, int new_dim_y, int new_dim_z) {
+  if (new_dim_x < 1 || new_dim_y < 1 || new_dim_z < 1 || stack->data_type < 0 ||
+      stack->data_type > 3) {
+    printf("Error: cannot downsample stack `%s' to (%d,%d,%d) voxels.\n", stack->name, new_dim_x,
+           new_dim_y, new_dim_z);
     return 1;
   }
   const IPOINT3D old_dim = stack->dim;
-  const IPOINT3D new_dim = {new_dim_xy, new_dim_xy, new_dim_z};
+  const IPOINT3D new_dim = {new_dim_x, new_dim_y, new_dim_z};
   const POINT3D ratio = {static_cast<float>(old_dim.x) / new_dim.x,
                          static_cast<float>(old_dim.y) / new_dim.y,
                          static_cast<float>(old_dim.z) / new_dim.z};
