@@ -8,6 +8,7 @@
 #include <string>
 
 #include "zor_exit.h"
+#include "zor_help.h"
 #include "zor_startup.h"
 #include "zor_text.h"
 #include "zor_time_model.h"
@@ -39,8 +40,16 @@ void read_named_model(const char *value) {
   read_model(which_model, value);
 }
 
+// The start-up page of the help files, or the help menus at the terminal.
 void help_and_exit() {
-  print_usage();
+  action_help(0, 1);
+  zor_exit(0);
+}
+
+void help_menu_and_exit() {
+  char root[] = "zorview-menu.txt";
+  help_menu(0, root);
+  fflush(stdout);
   zor_exit(0);
 }
 
@@ -99,7 +108,7 @@ const option_entry option_table[] = {
     {'3', nullptr, "three orthogonal planes",
      [](const char *, const char *) { o.number_panels = -1; }},
     {'h', nullptr, "show this help", [](const char *, const char *) { help_and_exit(); }},
-    {'H', nullptr, "show the help menu", [](const char *, const char *) { help_and_exit(); }},
+    {'H', nullptr, "show the help menu", [](const char *, const char *) { help_menu_and_exit(); }},
     {'n', nullptr, "leave out the model's run files",
      [](const char *, const char *) { o.IncludeTimeData = 0; }},
     {'N', nullptr, "leave out the model's statistical maps",

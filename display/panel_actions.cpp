@@ -1,6 +1,6 @@
 // What a click on a menu item does, in the image window and in the graph.
-// Tools that this viewer does not have yet (wire editing, region tables, help,
-// tractography) say so on the information line.
+// Tools that this viewer does not have yet (region tables) say so on the
+// information line.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -10,10 +10,12 @@
 #include "zor_colour.h"
 #include "zor_compose.h"
 #include "zor_graph.h"
+#include "zor_help.h"
 #include "zor_overlay.h"
 #include "zor_overlay_edit.h"
 #include "zor_panels.h"
 #include "zor_time_model.h"
+#include "zor_wires.h"
 #include "zor_x11.h"
 
 namespace {
@@ -31,7 +33,7 @@ void new_overlay_or_wire(int button) {
   // n: a region from the map; N: a wire frame.
   const bool wire = button == 1 ? (!map_shown() && wires_allowed()) : wires_allowed();
   if (wire)
-    not_yet(0, "new wire frame (N)");
+    action_key_N();
   else
     action_key_n();
 }
@@ -158,11 +160,11 @@ void action_image_text_selection(int button) {
   const int id = mosaic.text_selection;
   switch (id) {
     case TEXTFIELD_NEW_OVL_WIRE: new_overlay_or_wire(button); break;
-    case TEXTFIELD_READ_OVL_WIRE: button == 1 ? action_key_r() : not_yet(0, "read a wire frame (R)"); break;
-    case TEXTFIELD_DEL_OVL_WIRE: button == 1 ? action_key_d() : not_yet(0, "delete a wire frame (D)"); break;
-    case TEXTFIELD_COLOR_OVL_WIRE: button == 1 ? action_key_c() : not_yet(0, "color a wire frame (C)"); break;
-    case TEXTFIELD_MIRROR_OVL_WIRE: button == 1 ? action_key_m() : not_yet(0, "mirror a wire frame (M)"); break;
-    case TEXTFIELD_FILL_WIRE: not_yet(0, "fill closed wire frames (F)"); break;
+    case TEXTFIELD_READ_OVL_WIRE: button == 1 ? action_key_r() : action_key_R(); break;
+    case TEXTFIELD_DEL_OVL_WIRE: button == 1 ? action_key_d() : action_key_D(); break;
+    case TEXTFIELD_COLOR_OVL_WIRE: button == 1 ? action_key_c() : action_key_C(); break;
+    case TEXTFIELD_MIRROR_OVL_WIRE: button == 1 ? action_key_m() : action_key_M(); break;
+    case TEXTFIELD_FILL_WIRE: action_key_F(); break;
     case TEXTFIELD_OVL_STATS:
       if (button == 1)
         write_roi_stats(0);
@@ -175,9 +177,9 @@ void action_image_text_selection(int button) {
     case TEXTFIELD_IMAGE_CROSS: action_key_control_c(button); break;
     case TEXTFIELD_IMAGE_INTERP: action_key_control_i(); break;
     case TEXTFIELD_IMAGE_GRAPH: action_bring_up_graph(); break;
-    case TEXTFIELD_HELP: not_yet(0, "help (h/H)"); break;
+    case TEXTFIELD_HELP: action_help(1, button); break;
     case TEXTFIELD_QUIT: action_quit(); break;
-    case TEXTFIELD_QUESTION: not_yet(0, "context-sensitive help (?)"); break;
+    case TEXTFIELD_QUESTION: action_key_question_mark(); break;
     case TEXTFIELD_POUND_SIGN: action_key_pound_sign(); break;
     case TEXTFIELD_DATA_TYPE: step_function(button); break;
     case TEXTFIELD_VECTOR_FIELD:
@@ -219,7 +221,11 @@ void action_image_text_selection_specific(int button) {
       button == 1 ? action_increment_activation_map() : action_decrement_activation_map();
       break;
     case TEXTFIELD_TRACTOGRAPHY:
-    case TEXTFIELD_TRACTOGRAPHY_AGAIN: not_yet(0, "tractography"); break;
+    case TEXTFIELD_TRACTOGRAPHY_AGAIN:
+      action_trace_tracts(mosaic.text_selection == TEXTFIELD_TRACTOGRAPHY_AGAIN);
+      if (activation.MIPStatus == 1) activation.MIPStatus = 0;
+      mosaic.update_regions |= REGION_IMAGES;
+      break;
     case TEXTFIELD_MIP:
       mosaic.MIP = !mosaic.MIP;
       mosaic.update_regions |= REGION_IMAGES | REGION_MENUS;

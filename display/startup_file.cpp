@@ -9,6 +9,7 @@
 #include <string>
 
 #include "zor_exit.h"
+#include "zor_help.h"
 #include "zor_startup.h"
 #include "zor_text.h"
 
@@ -64,8 +65,7 @@ void apply_startup_files(std::vector<std::string> &myargv, int *myargc) {
   if (*myargc < 2) {
     puts("Error: this program should be invoked as");
     puts("   zorview <image file> [optional arguments]\n");
-    // Stands in for the start-up page of the help system.
-    print_usage();
+    action_help(0, 1);
     zor_exit(1);
   }
 }

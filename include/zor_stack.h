@@ -66,6 +66,8 @@ void free_stack_data(int nt, data_stack *stack);
 // Smooths the stack onto a grid of new_dim_xy by new_dim_xy by new_dim_z
 // voxels of the same extent. Returns 0, or 1 for data it cannot resample.
 int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z);
+// The same onto new_dim_x by new_dim_y by new_dim_z voxels.
+int downsample_stack_xyz(data_stack *stack, int new_dim_x, int new_dim_y, int new_dim_z);
 
 // One voxel value for display or analysis, whatever the data type.
 float stack_data_4d(const data_stack *stack, int display_data_type, int ispace, int itime);

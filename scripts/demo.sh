@@ -14,6 +14,8 @@ bash scripts/build.sh build
 /usr/bin/python3 examples/make_demo.py demo
 
 program=build/zorview
+# Help ("h", "H", the "?" item, zorview -H) reads the files under documentation/.
+export ZOR_HOME=$root
 # The run comes from the model's control file, which also names its events.
 args=(-v -g demo/study.ctl -N -a demo/activation.bfloat -o demo/regions.list)
 

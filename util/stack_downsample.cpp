@@ -60,16 +60,33 @@ double weighted_mean(const AxisWeights &wx, const AxisWeights &wy, const AxisWei
   return weight_sum == 0.0 ? 0.0 : sum / weight_sum;
 }
 
+// True when a transform scales and shifts each axis on its own, with finite
+// entries: a position's coordinate on one axis then depends on that axis of
+// the voxel alone, to the last bit.
+bool axis_aligned(const mat44 &m) {
+  for (int i = 0; i < 3; i++)
+    for (int j = 0; j < 4; j++) {
+      if (!std::isfinite(m.m[i][j])) return false;
+      if (j < 3 && j != i && m.m[i][j] != 0.0f) return false;
+    }
+  return true;
+}
+
 }  // namespace
 
 int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
-  if (new_dim_xy < 1 || new_dim_z < 1 || stack->data_type < 0 || stack->data_type > 3) {
-    printf("Error: cannot downsample stack `%s' to (%d,%d,%d) voxels.\n", stack->name, new_dim_xy,
-           new_dim_xy, new_dim_z);
+  return downsample_stack_xyz(stack, new_dim_xy, new_dim_xy, new_dim_z);
+}
+
+int downsample_stack_xyz(data_stack *stack, int new_dim_x, int new_dim_y, int new_dim_z) {
+  if (new_dim_x < 1 || new_dim_y < 1 || new_dim_z < 1 || stack->data_type < 0 ||
+      stack->data_type > 3) {
+    printf("Error: cannot downsample stack `%s' to (%d,%d,%d) voxels.\n", stack->name, new_dim_x,
+           new_dim_y, new_dim_z);
     return 1;
   }
   const IPOINT3D old_dim = stack->dim;
-  const IPOINT3D new_dim = {new_dim_xy, new_dim_xy, new_dim_z};
+  const IPOINT3D new_dim = {new_dim_x, new_dim_y, new_dim_z};
   const POINT3D ratio = {static_cast<float>(old_dim.x) / new_dim.x,
                          static_cast<float>(old_dim.y) / new_dim.y,
                          static_cast<float>(old_dim.z) / new_dim.z};
@@ -99,6 +116,23 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
   stack->direction = POINT3D{1.0f, 1.0f, 1.0f};
   stack->ijk_to_xyz = scale_and_shift_to_mat44(stack->resolution, stack->origin, stack->direction);
 
+  // With both grids axis-aligned the weights of each axis depend on that
+  // axis's new index only: they are worked out once per index, from the same
+  // positions the voxel-by-voxel path computes.
+  const bool cached = axis_aligned(stack->ijk_to_xyz) && axis_aligned(stack->xyz_to_ijk);
+  std::vector<AxisWeights> cache_x, cache_y, cache_z;
+  if (cached) {
+    auto position = [stack](IPOINT3D v) {
+      return Convert_Space_to_rVoxel(Convert_Voxel_to_Space(v, stack), stack);
+    };
+    for (int x = 0; x < new_dim.x; x++)
+      cache_x.push_back(axis_weights(clamp_position(position(IPOINT3D{x, 0, 0}).x), half_width.x, ratio.x, old_dim.x));
+    for (int y = 0; y < new_dim.y; y++)
+      cache_y.push_back(axis_weights(clamp_position(position(IPOINT3D{0, y, 0}).y), half_width.y, ratio.y, old_dim.y));
+    for (int z = 0; z < new_dim.z; z++)
+      cache_z.push_back(axis_weights(clamp_position(position(IPOINT3D{0, 0, z}).z), half_width.z, ratio.z, old_dim.z));
+  }
+
   for (int t = 0; t < nt; t++) {
     if (stack->data_type == DATA_VECTOR) {
       puts("Error: cannot current downsample vector data");
@@ -109,11 +143,17 @@ int downsample_stack(data_stack *stack, int new_dim_xy, int new_dim_z) {
     for (int z = 0; z < new_dim.z; z++) {
       for (int y = 0; y < new_dim.y; y++) {
         for (int x = 0; x < new_dim.x; x++, inew++) {
-          const POINT3D centre = Convert_Voxel_to_Space(IPOINT3D{x, y, z}, stack);
-          const POINT3D p = Convert_Space_to_rVoxel(centre, stack);
-          const AxisWeights wx = axis_weights(clamp_position(p.x), half_width.x, ratio.x, old_dim.x);
-          const AxisWeights wy = axis_weights(clamp_position(p.y), half_width.y, ratio.y, old_dim.y);
-          const AxisWeights wz = axis_weights(clamp_position(p.z), half_width.z, ratio.z, old_dim.z);
+          AxisWeights own_x, own_y, own_z;
+          if (!cached) {
+            const POINT3D centre = Convert_Voxel_to_Space(IPOINT3D{x, y, z}, stack);
+            const POINT3D p = Convert_Space_to_rVoxel(centre, stack);
+            own_x = axis_weights(clamp_position(p.x), half_width.x, ratio.x, old_dim.x);
+            own_y = axis_weights(clamp_position(p.y), half_width.y, ratio.y, old_dim.y);
+            own_z = axis_weights(clamp_position(p.z), half_width.z, ratio.z, old_dim.z);
+          }
+          const AxisWeights &wx = cached ? cache_x[static_cast<size_t>(x)] : own_x;
+          const AxisWeights &wy = cached ? cache_y[static_cast<size_t>(y)] : own_y;
+          const AxisWeights &wz = cached ? cache_z[static_cast<size_t>(z)] : own_z;
           if (real_data) {
             const float *old = stack->Volume[t];
             result.Volume[t][inew] = static_cast<float>(

@@ -10,7 +10,9 @@
 #include "zor_colour.h"
 #include "zor_graph.h"
 #include "zor_event_trace.h"
+#include "zor_help.h"
 #include "zor_overlay_edit.h"
+#include "zor_wires.h"
 #include "zor_x11.h"
 
 namespace {
@@ -207,17 +209,29 @@ static bool image_general_key(char key) {
     case 'm': action_key_m(); return true;
     case 'n':
       // Without a map shown, "n" draws wires.
-      if (activation.visible) action_key_n();
+      if (activation.visible)
+        action_key_n();
+      else
+        action_key_N();
       return true;
     case 'r': action_key_r(); return true;
     case 'w': action_key_w(); return true;
     case 'S': write_roi_stats(1); fflush(stdout); return true;
     case 's': write_roi_stats(0); fflush(stdout); return true;
-    // Keys of the wire tools, help and p-value maps: claimed here, so that
-    // they never reach the graph.
-    case '?': case 'h': case 'H': case 'C': case 'D': case 'F':
-    case 'f': case 'M': case 'N': case 'R': case 'W': case 'P':
-      return true;
+    // Help and the wire tools.
+    case '?':
+    case 'h': action_help(1, 1); return true;
+    case 'H': action_help(1, 2); return true;
+    case 'C': action_key_C(); return true;
+    case 'D': action_key_D(); return true;
+    case 'F':
+    case 'f': action_key_F(); return true;
+    case 'M': action_key_M(); return true;
+    case 'N': action_key_N(); return true;
+    case 'R': action_key_R(); return true;
+    case 'W': action_key_W(); return true;
+    // The p-value map: claimed here, so that it never reaches the graph.
+    case 'P': return true;
     default: return false;
   }
 }

@@ -84,6 +84,12 @@ void ComputeBezier(POINT3D *point_control, int number_points, POINT3D *wire_draw
   }
 }
 
+// A wire's colour as drawn: a colour that a file gave outside the known
+// ones is drawn cyan, the colour of a new wire.
+static int wire_colour(int color) {
+  return color >= COLOR_CYAN && color <= COLOR_BLACK ? color : COLOR_CYAN;
+}
+
 std::vector<annotation_line> wire_frame_segments(std::vector<annotation_line> *points) {
   std::vector<annotation_line> lines;
   const int npts = wire_root.npts;
@@ -108,7 +114,7 @@ std::vector<annotation_line> wire_frame_segments(std::vector<annotation_line> *p
         for (int k = 0; k < 39; k++) {
           IPOINT2D a = Convert_Space_to_Pixel(which_orientation, curve[k], 1);
           IPOINT2D b = Convert_Space_to_Pixel(which_orientation, curve[k + 1], 1);
-          lines.push_back({a, b, color});
+          lines.push_back({a, b, wire_colour(color)});
         }
       }
     } else if (open && j >= open_start && points && coordinates_on_slice(control[j].point)) {

@@ -7,6 +7,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 failures=0
+# Help comes from $ZOR_HOME/documentation; without it the help options say so.
+unset ZOR_HOME
 
 # expect NAME STATUS STDOUT STDERR -- ARGS...
 # Runs without a display: a start that loads everything goes on to open its
@@ -53,8 +55,17 @@ expect "no arguments" 1 "$invoked$usage" "" --
 expect "help" 0 "$usage" "" -- -h
 expect "help menu" 0 "$usage" "" -- -H extra words
 case "$usage" in
-  "Usage: zorview <image file> [optional arguments]"*) ;;
-  *) echo "FAIL usage: first line"; failures=$((failures + 1)) ;;
+  "For help, quit and define the environment variable ZOR_HOME, and then re-start."$'\n') ;;
+  *) echo "FAIL usage: without ZOR_HOME"; failures=$((failures + 1)) ;;
+esac
+# With the help files: the start-up page, and the menus ended by the end of input.
+page=$(printf '\n'; cat "$ZOR_SOURCE_DIR/documentation/zorview-startup.txt"; echo x)
+got=$(ZOR_HOME=$ZOR_SOURCE_DIR "$program" -h; echo x)
+[ "$got" = "$page" ] || { echo "FAIL help: start-up page"; failures=$((failures + 1)); }
+menu=$(ZOR_HOME=$ZOR_SOURCE_DIR "$program" -H </dev/null; echo "status $?")
+case "$menu" in
+  "Help from file $ZOR_SOURCE_DIR/documentation/zorview-menu.txt"*"help > "*"status 0") ;;
+  *) echo "FAIL help menu: $menu" | head -5; failures=$((failures + 1)) ;;
 esac
 
 expect "one image" 1 "$summary$no_display" "" -- a.bshort

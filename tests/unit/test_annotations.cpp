@@ -157,6 +157,22 @@ TEST_F(Annotations, ClosedWireDrawsItsCurvesInItsColour) {
   EXPECT_TRUE(wire_frame_segments(&points).empty());
 }
 
+TEST_F(Annotations, WireColoursOutsideTheKnownOnesAreDrawnCyan) {
+  for (int colour : {13, 99, -4, 2147483647}) {
+    CONTROL_POINT pts[4] = {{{2, 2, 1}, colour}, {{4, 6, 1}, colour}, {{8, 6, 1}, colour}, {{10, 2, 1}, 0}};
+    wire_root.control = pts;
+    wire_root.npts = 4;
+    std::vector<annotation_line> points;
+    std::vector<annotation_line> lines = wire_frame_segments(&points);
+    ASSERT_EQ(lines.size(), 39u);
+    for (const annotation_line &l : lines) ASSERT_EQ(l.color, COLOR_CYAN) << colour;
+  }
+  CONTROL_POINT known[4] = {{{2, 2, 1}, COLOR_BLACK}, {{4, 6, 1}, 1}, {{8, 6, 1}, 1}, {{10, 2, 1}, 0}};
+  wire_root.control = known;
+  std::vector<annotation_line> points;
+  EXPECT_EQ(wire_frame_segments(&points)[0].color, COLOR_BLACK);
+}
+
 TEST_F(Annotations, OpenWireShowsItsControlPointsInRed) {
   CONTROL_POINT pts[6] = {{{2, 2, 1}, 1}, {{4, 6, 1}, 1}, {{8, 6, 1}, 1},
                           {{10, 2, 1}, 1}, {{11, 3, 1}, 1}, {{12, 4, 1}, 1}};

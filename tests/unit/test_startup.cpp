@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -72,8 +74,10 @@ std::string loaded(const std::vector<std::string> &files, int nt = 3, bool first
   return out;
 }
 
+// The start-up page of the help files, which the program shows when it is
+// called without files and for "-h".
 std::string usage_text() {
-  return capture_output([] { print_usage(); }).out;
+  return capture_output([] { action_help(0, 1); }).out;
 }
 
 TEST_F(Startup, EmptyCommandLineWithoutStartupFilesExplainsTheCall) {
@@ -376,16 +380,29 @@ TEST_F(Startup, ModelOptionsReadTheirControlFilesAtOnce) {
   }
 }
 
-TEST_F(Startup, HelpOptionsShowTheUsageAndEndWell) {
+TEST_F(Startup, HelpOptionsShowTheHelpAndEndWell) {
+  unsetenv("ZOR_HOME");
+  const std::string no_home =
+      "For help, quit and define the environment variable ZOR_HOME, and then re-start.\n";
   for (const char *opt : {"-h", "-H"}) {
     Captured c = run({opt, "-q"});
     EXPECT_EQ(c.exit_status, 0) << opt;
-    EXPECT_EQ(c.out, usage_text());
+    EXPECT_EQ(c.out, no_home);
   }
+  // With the help files: the start-up page.
+  setenv("ZOR_HOME", ZOR_SOURCE_DIR, 1);
+  std::ifstream page(std::string(ZOR_SOURCE_DIR) + "/documentation/zorview-startup.txt");
+  std::stringstream text;
+  text << page.rdbuf();
+  ASSERT_FALSE(text.str().empty());
+  Captured c = run({"-h"});
+  EXPECT_EQ(c.exit_status, 0);
+  EXPECT_EQ(c.out, "\n" + text.str());
+  unsetenv("ZOR_HOME");
 }
 
 TEST_F(Startup, UsageNamesEveryOption) {
-  const std::string usage = usage_text();
+  const std::string usage = capture_output([] { print_usage(); }).out;
   for (char letter : std::string("AadDzZxXpPemoOwW3hHnNTSvVyYitGgrf"))
     EXPECT_NE(usage.find(std::string("-") + letter), std::string::npos) << letter;
   EXPECT_EQ(usage.rfind("Usage: zorview <image file> [optional arguments]\n", 0), 0u);
