@@ -1,5 +1,5 @@
 // What a click on a menu item does, in the image window and in the graph.
-// Tools that this viewer does not have yet (wire editing, region tables, help,
+// Tools that this viewer does not have yet (wire editing, help,
 // tractography) say so on the information line.
 #include <algorithm>
 #include <cstdio>
@@ -13,6 +13,7 @@
 #include "zor_overlay.h"
 #include "zor_overlay_edit.h"
 #include "zor_panels.h"
+#include "zor_roi_files.h"
 #include "zor_time_model.h"
 #include "zor_x11.h"
 
@@ -299,7 +300,12 @@ void action_graph_text_selection(int button) {
 }
 
 void action_graph_text_selection_specific(int button) {
-  if (graph.text_selection == TEXTFIELD_OUTPUT_ROI) not_yet(1, "region tables (r/R)");
+  if (graph.text_selection == TEXTFIELD_OUTPUT_ROI) {
+    if (button != 1 && ovl_root.next)
+      action_write_all_ROIs();
+    else
+      action_write_1_ROI();
+  }
   if (graph.text_selection == TEXTFIELD_LAST_TIME_POINT) action_display_last_time_point();
   action_graph_text_selection_TimeSeriesModel(button);
 }
