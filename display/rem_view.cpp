@@ -280,7 +280,7 @@ void update_SelectText_REM_TimeSeriesModel(SelectableText *SelectText) {
         strcpy(t->string, "no conditions");
         break;
       }
-      fill_REM_TimeSeriesModel();
+      if (graph.type == 1) fill_REM_TimeSeriesModel();  // fresh numbers for the text
       char condition[ZOR_LINE];
       if (REM_get_condition_string(glm_model.iCondition_value, condition)) {
         printf("Programming error: condition index %d is not defined.\n", glm_model.iCondition_value);

@@ -356,6 +356,25 @@ class FitView(ModelViewCase):
         kit.text_at(self, img, v.server, " S0 = %6.3f " % f32(outputs[0]), 300, S[1] + 28, INK, WHITE_BOX)
         kit.text_at(self, img, v.server, " fit ", 450, S[1] + 28, INK, CYAN_BOX)
 
+        # The smooth line: the fitted tensor's signal of each direction over
+        # its sample, where it stands clear of the data's squares.
+        table = driver("fit_driver", ["dti.ctl", "--voxels", str(index), "--table"], self.work)
+        gx, gy, gz, bv = (np.array(row(table, "x%d" % r)) for r in range(4))
+        p = [float(f32(q)) for q in row(out, "values")]
+        curve = series[voxel]
+        scale = gk.Scale(list(range(len(curve))), curve)
+        checked = white = 0
+        for j in range(1, len(curve) - 1):
+            exponent = -bv[j] * (p[1] * gx[j] ** 2 + p[2] * gy[j] ** 2 + p[3] * gz[j] ** 2 + 2.0 * gx[j] * gy[j] * p[4]
+                                 + 2.0 * gx[j] * gz[j] * p[4] + 2.0 * gy[j] * gz[j] * p[6])
+            value = f32(p[0] * np.exp(exponent))
+            if abs(float(value) - float(curve[j])) * scale.sy < 10:
+                continue
+            checked += 1
+            white += img.pixel(*scale.pixel(j, value)) == gk.WHITE
+        self.assertGreater(checked, 20)
+        self.assertGreaterEqual(white, checked - 2)
+
         # The parameter field steps to the next output: the mean diffusivity.
         mark = v.click(graph, 310, S[1] + 15 + 10)
         v.wait_event("ButtonRelease", after=mark, window="graph")
