@@ -112,6 +112,8 @@ class RemView(ModelViewCase):
         m = re.search(r"^condition 0 p F \S+ cnr \S+ p_raw (\S+) p_cor \S+ effect (\S+) sem (\S+)", out, re.M)
         p_raw, effect, sem = (float(m.group(k)) for k in (1, 2, 3))
         self.assertGreater(effect, 12.0)
+        for name in ("sigma2.nii", "P-p.nii", "P-c.nii", "P-p-c.nii"):
+            self.assertIn("\r%s: 100 %%" % name, v.stdout())
         img = v.capture(graph)
         S = gk.GRAPH_SIZE
         kit.text_at(self, img, v.server, " p = %6.3f+-%6.3f , p (raw) = %8.1e" % (effect, sem, f32(p_raw)),
@@ -218,6 +220,9 @@ class SrtmView(ModelViewCase):
         effect, sem = float(m.group(1)), float(m.group(2))
         bp_value, bp_error = (float(s) for s in re.search(r"^parameter 2 (\S+) (\S+)", out, re.M).groups())
         self.assertGreater(bp_value, 1.0)
+        # The condition's p and binding maps were opened by name.
+        for name in ("P-3.nii", "BP-3.nii"):
+            self.assertIn("\r%s: 100 %%" % name, v.stdout())
         img = v.capture(graph)
         S = gk.GRAPH_SIZE
         kit.text_at(self, img, v.server, "model: SRTM/OLS", 200, S[1] + 28, INK, CYAN_BOX)
