@@ -147,6 +147,17 @@ TEST_F(RoiTables, AFailedRewriteKeepsTheOldTableAndItsCount) {
   EXPECT_EQ(read_file(".roi"), "i x kept next\n0 0 0 1\n1 1 1000 1001\n2 2 2000 2001\n3 3 3000 3001\n");
 }
 
+TEST_F(RoiTables, AShortenedTableIsNotReadPastItsEnd) {
+  int result;
+  region("a", {IPOINT3D{0, 0, 0}});
+  write(".roi", &result);
+  write_text_file(dir, ".roi", "i x a\n0 0 0\n");  // edited between two writes
+  region("b", {IPOINT3D{1, 0, 0}});
+  write(".roi", &result);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(read_file(".roi"), "i x a b\n0 0 0 1\n 1001\n 2001\n 3001\n");
+}
+
 TEST_F(RoiTables, MessagesOfTablesThatCannotBeOpened) {
   int result;
   region("r", {IPOINT3D{0, 0, 0}});
