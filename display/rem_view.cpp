@@ -247,8 +247,9 @@ void plot_REM_TimeSeriesModel_DataPoints(int nbins, float *BinXVector, float *Bi
 void get_info_REM_TimeSeriesModel(int move_cursor, char *string1, char *string2, char *string3) {
   strcpy(string1, " event instance graph map");
   const int point = move_cursor ? graph.icursor.x : graph.iTime;
-  const bool on_graph = point >= 0 && point < graph.npoints && graph_fits_files();
   const bool paired = REM_graph_is_paired();
+  const bool on_graph = point >= 0 && point < graph.npoints && graph_fits_files() &&
+                        (paired ? point / 2 : point) < REM.ntime;
   char id = '?';
   int sample = -1, found = 0;
   float value = 0.0f, fit = graph.yFit && graph.npoints > 0 ? graph.yFit[0] : 0.0f;
