@@ -37,6 +37,26 @@ void add_map(const char *name) {
   add_image_file(&activation_files, file.c_str(), 0, 0);
 }
 
+// A tensor fit needs one gradient record per volume of its data file: the
+// viewer refuses a shorter table rather than fit with repeated records.
+int check_gradient_tables(void) {
+  if (FIT.fit_class != FIT_DIFFUSION) return 0;
+  for (int j = 0; j < FIT_input.nfiles && j < FIT_MAX_FILES; j++) {
+    FILE *fp = fopen(FIT_input.description_file_name[j], "r");
+    if (!fp) continue;  // the reader has said what it could not open
+    int records = 0;
+    float x, y, z, b;
+    while (records < FIT.nt[j] && fscanf(fp, "%g %g %g %g", &x, &y, &z, &b) == 4) records++;
+    fclose(fp);
+    if (records < FIT.nt[j]) {
+      printf("Error: the gradient table %s holds %d records, but its data file %s has %d volumes.\n",
+             FIT_input.description_file_name[j], records, FIT_input.file_name[j], FIT.nt[j]);
+      return 1;
+    }
+  }
+  return 0;
+}
+
 bool curve_fits_model(void) { return FIT.initialized && graph.npoints == FIT.ntime && graph.npoints > 0; }
 
 }  // namespace
@@ -59,6 +79,7 @@ int define_FIT_TimeSeriesModel(int nflags, int *flags) {
   if (IncludeTimeData) {
     for (int j = 0; j < FIT_input.nfiles; j++) add_image_file(&image_files, FIT_input.file_name[j], 0, 0);
   }
+  if (check_gradient_tables()) return 1;
   if (IncludeMaps) {
     for (int p = 0; p < FIT_get_number_output_parameters(); p++) {
       char name[ZOR_LINE];

@@ -140,6 +140,14 @@ class RemView(ModelViewCase):
         self.assertEqual(len(table), 14)
         self.assertGreater(min(band), 0.0)
 
+    def test_a_variance_map_of_other_dimensions_ends_the_start(self):
+        write_rem_study(self.work)
+        e2e.write_nifti(os.path.join(self.work, "sigma2.nii"), (5, 6, 2, 3), values=lambda x, y, z, t: 1.0)
+        v = self.run_viewer([e2e.program_path(), "-r", "group.rem", "-N"])
+        self.assertEqual(v.wait_exit(timeout=10.0), 1)
+        self.assertIn("Error: dimensions for s0.nii (6,6,2)\ndon't match previous image dimensions (5,6,2)\n",
+                      v.stdout())
+
     def test_a_missing_variance_map_ends_the_start(self):
         write_rem_study(self.work)
         os.remove(os.path.join(self.work, "sigma2.nii"))
@@ -333,16 +341,28 @@ class SrtmView(ModelViewCase):
 
 
 # The fitting model on dipy's small_64D: a weighted tensor fit.
+def write_tensor_study(folder, rows=None):
+    b = np.load(DIPY_FILES + "small_64D.bvals.npy")
+    grad = np.nan_to_num(np.load(DIPY_FILES + "small_64D.gradients.npy"))
+    shutil.copyfile(DIPY_FILES + "small_64D.nii", os.path.join(folder, "small_64D.nii"))
+    with open(os.path.join(folder, "small_64D.dti"), "w") as f:
+        for i in range(len(b) if rows is None else rows):
+            f.write("%.17g %.17g %.17g %.17g\n" % (grad[i, 0], grad[i, 1], grad[i, 2], b[i]))
+    with open(os.path.join(folder, "dti.ctl"), "w") as f:
+        f.write("time-model DTI-WLS\nfiles:\nsmall_64D.nii small_64D.dti\n")
+
+
 class FitView(ModelViewCase):
+    def test_a_short_gradient_table_ends_the_start(self):
+        write_tensor_study(self.work, rows=60)
+        v = self.run_viewer([e2e.program_path(), "-f", "dti.ctl", "-N"])
+        self.assertEqual(v.wait_exit(timeout=10.0), 1)
+        self.assertIn("Error: the gradient table small_64D.dti holds 60 records, but its data file small_64D.nii has 65"
+                      " volumes.\n", v.stdout())
+
+
     def test_click_and_table_of_a_tensor_fit(self):
-        b = np.load(DIPY_FILES + "small_64D.bvals.npy")
-        grad = np.nan_to_num(np.load(DIPY_FILES + "small_64D.gradients.npy"))
-        shutil.copyfile(DIPY_FILES + "small_64D.nii", os.path.join(self.work, "small_64D.nii"))
-        with open(os.path.join(self.work, "small_64D.dti"), "w") as f:
-            for i in range(len(b)):
-                f.write("%.17g %.17g %.17g %.17g\n" % (grad[i, 0], grad[i, 1], grad[i, 2], b[i]))
-        with open(os.path.join(self.work, "dti.ctl"), "w") as f:
-            f.write("time-model DTI-WLS\nfiles:\nsmall_64D.nii small_64D.dti\n")
+        write_tensor_study(self.work)
         import nibabel as nib
         series = np.asarray(nib.load(os.path.join(self.work, "small_64D.nii")).dataobj).astype(np.float32)
         voxel = (4, 5, 0)  # the first slice: its panel is the first whatever the mosaic's columns
