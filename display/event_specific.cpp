@@ -4,7 +4,9 @@
 
 #include "zor_exit.h"
 #include "zor_graph.h"
+#include "zor_overlay.h"
 #include "zor_profile_fit.h"
+#include "zor_roi_files.h"
 #include "zor_time_model.h"
 #include "zor_x11.h"
 
@@ -32,9 +34,14 @@ int graph_event_handler_specific(XEvent *event) {
       if (graph.type == 0 && graph.space_model != 0) action_fit_psf(key == 'F');
       build_graph_display(1);
       return 0;
-    // Region tables are written by the result-table tools.
+    // Result tables: every listed region, or the working one.
     case 'R':
-    case 'r': return 0;
+      if (ovl_root.next)
+        action_write_all_ROIs();
+      else
+        action_write_1_ROI();
+      return 0;
+    case 'r': action_write_1_ROI(); return 0;
     case 'i':
       build_graph_display(1);
       return 0;

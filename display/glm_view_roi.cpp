@@ -7,20 +7,15 @@
 
 #include "zor_glm.h"
 #include "zor_overlay.h"
+#include "zor_roi_files.h"
 #include "zor_time_model.h"
 
 namespace {
 
-// The old file's next line (its characters, the end-of-file value last)
-// with `text` behind it. Reading stops at the end of the old file, so a
-// file shorter than the rows to add gets empty lines instead.
-void write_extended_line(FILE *file, const int *ibuffer, int *iloc, const std::string &text) {
+// The old file's next line with `text` behind it.
+void write_extended_line(FILE *file, int *ibuffer, int *iloc, const std::string &text) {
   std::string line;
-  if (ibuffer) {
-    while (ibuffer[*iloc] != EOF && ibuffer[*iloc] != '\n') line += (char)ibuffer[(*iloc)++];
-    if (ibuffer[*iloc] == '\n') (*iloc)++;
-  }
-  line += text;
+  create_new_ROI_line(ibuffer, text.c_str(), iloc, &line);
   fputs(line.c_str(), file);
 }
 

@@ -1,6 +1,4 @@
 // What a click on a menu item does, in the image window and in the graph.
-// Tools that this viewer does not have yet (region tables) say so on the
-// information line.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -14,17 +12,12 @@
 #include "zor_overlay.h"
 #include "zor_overlay_edit.h"
 #include "zor_panels.h"
+#include "zor_roi_files.h"
 #include "zor_time_model.h"
 #include "zor_wires.h"
 #include "zor_x11.h"
 
 namespace {
-
-void not_yet(int image_or_graph, const char *what) {
-  char line1[] = "Not part of this viewer yet:", line2[256], line3[] = " ";
-  snprintf(line2, sizeof line2, "%s", what);
-  show_on_info_line(image_or_graph, 0, line1, line2, line3);
-}
 
 bool map_shown(void) { return activation.visible != 0; }
 bool wires_allowed(void) { return mosaic.display_3orthogonal || mosaic.mosaic_orientation == ORTHO_XY; }
@@ -305,7 +298,12 @@ void action_graph_text_selection(int button) {
 }
 
 void action_graph_text_selection_specific(int button) {
-  if (graph.text_selection == TEXTFIELD_OUTPUT_ROI) not_yet(1, "region tables (r/R)");
+  if (graph.text_selection == TEXTFIELD_OUTPUT_ROI) {
+    if (button != 1 && ovl_root.next)
+      action_write_all_ROIs();
+    else
+      action_write_1_ROI();
+  }
   if (graph.text_selection == TEXTFIELD_LAST_TIME_POINT) action_display_last_time_point();
   action_graph_text_selection_TimeSeriesModel(button);
 }

@@ -40,6 +40,9 @@ void zorview_startup_reset(void) {
     memset(stack, 0, sizeof *stack);
   }
   read_SpaceTime_data_reset();
+  roi_files_reset();
+  rem_view_reset();
+  srtm_view_reset();
   graph_reset();
   graph_actions_reset();
   image_actions_reset();

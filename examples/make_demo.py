@@ -100,6 +100,11 @@ def main():
 
     print(f"demo study written to {out}/: run1.nii ({NX}x{NY}x{NZ}x{NT}), activation.bfloat,"
           " blob.ovl listed in regions.list, the model study.ctl with its events run1.glm")
+    # The PET and diffusion studies beside it.
+    import make_model_demos
+    for control in (make_model_demos.write_pet(os.path.join(out, "pet")),
+                    make_model_demos.write_dti(os.path.join(out, "dti"))):
+        print(f"model study written: {control}")
 
 
 if __name__ == "__main__":

@@ -29,6 +29,7 @@
 #include "zor_curve_fit.h"
 #include "zor_align.h"
 #include "zor_fit.h"
+#include "zor_model_views.h"
 #include "zor_picture.h"
 #include "zor_wires.h"
 #include "zor_help.h"

@@ -24,6 +24,7 @@ build/zorrender -v demo/run1.nii -a demo/activation.bfloat -o demo/regions.list 
   --out demo/figure.png >/dev/null
 echo "wrote demo/figure.png (zorrender, no X server needed)"
 echo "running: $program ${args[*]}"
+echo "the other model studies: $program -G demo/pet/pet.ctl -N   and   $program -f demo/dti/dti.ctl -N"
 
 work=$(mktemp -d)
 xvfb=""

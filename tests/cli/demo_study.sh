@@ -57,4 +57,17 @@ tr '\r' '\n' <"$work/out" | grep -q "^$run: 100 %$" || { echo "FAIL model run no
 if grep -q "Error" <(grep -v "Error trying to open the display" "$work/out"); then
   echo "FAIL model start-up:"; cat "$work/out"; exit 1
 fi
+# The PET and diffusion studies open through their model options and load
+# their runs with nothing refused.
+for model in "-G $work/demo/pet/pet.ctl:$work/demo/pet/run2.bfloat" "-f $work/demo/dti/dti.ctl:$work/demo/dti/small_64D.nii"; do
+  options=${model%%:*} last=${model#*:}
+  status=0
+  # shellcheck disable=SC2086
+  env -u DISPLAY "$program" $options -N >"$work/out" || status=$?
+  [ "$status" -eq 1 ] || { echo "FAIL $options exit status $status, expected 1"; cat "$work/out"; exit 1; }
+  tr '\r' '\n' <"$work/out" | grep -q "^$last: 100 %$" || { echo "FAIL $options not loaded"; cat "$work/out"; exit 1; }
+  if grep -q "Error" <(grep -v "Error trying to open the display" "$work/out"); then
+    echo "FAIL $options start-up:"; cat "$work/out"; exit 1
+  fi
+done
 echo "demo study checks passed"

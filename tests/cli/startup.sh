@@ -94,7 +94,7 @@ expect "model -g" 1 'Error: cannot open the file control.txt.
 expect "model -t" 1 'Error: cannot open file control.txt containing the time model
 ' "" -- a.bshort -t control.txt
 for m in -r -G -f; do
-  expect "model $m" 1 'Error: only the GLM, REM, & SRTM-GLM models are defined.
+  expect "model $m" 1 'Error: cannot open the file control.txt.
 ' "" -- a.bshort $m control.txt
 done
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "glm_test_files.h"
+#include "zor.h"
 #include "zor_panels.h"
 #include "zor_startup.h"
 #include "zor_time_model.h"
@@ -14,9 +15,8 @@ namespace {
 const char *const kFatal = "Error: only the GLM, REM, & SRTM-GLM models are defined.\n";
 const char *const kInfoError = "Programming error in function display_info_TimeSeriesModel.\n";
 
-// The model numbers that have no view of their own in this viewer, and one
-// beyond every model.
-const int kNoView[] = {0, 2, 3, 4};
+// No model, and numbers beyond every model.
+const int kNoView[] = {0};
 const int kUnknown[] = {5, 17, -1};
 
 struct Dispatch : ::testing::Test {
@@ -28,6 +28,9 @@ struct Dispatch : ::testing::Test {
     glm_view_reset();
     selectable_text_reset();
     GLM_engine_reset();
+    REM_engine_reset();
+    SRTM_engine_reset();
+    FIT_reset();
     std::string list = "conditions 1 2\nruns:\n";
     std::string data = s.run("run1", 20);
     s.text("run1.glm", "2\n\n1\n4 10\n20 26\n\n2 gamma 4\n12\n");
@@ -67,7 +70,7 @@ void expect_fatal(const std::function<void()> &body, const char *message, const 
   EXPECT_EQ(c.out, message) << what;
 }
 
-TEST_F(Dispatch, InitializeReadDefineAndPlotNeedTheLinearModel) {
+TEST_F(Dispatch, InitializeReadDefineAndPlotNeedAModel) {
   char name[] = "none.ctl";
   int flags[5] = {1, 1, 0, 0, 0};
   for (int m : kNoView) {
@@ -116,26 +119,35 @@ TEST_F(Dispatch, IsInitializedIsZeroWithoutTheLinearModel) {
 }
 
 TEST_F(Dispatch, NamesOfEachModelNumber) {
-  const std::pair<int, const char *> expected[] = {{0, "none"}, {2, "REM"},      {3, "none"},
-                                                   {4, "none"}, {5, "*Error*"}, {40, "*Error*"}};
+  const std::pair<int, const char *> expected[] = {
+      {0, "none"}, {2, "REM"}, {3, "SRTM/OLS"}, {5, "*Error*"}, {40, "*Error*"}};
   char name[1024];
   for (const auto &e : expected) {
     graph.time_model = e.first;
     get_TimeSeriesModel_name(name);
     EXPECT_STREQ(name, e.second) << e.first;
   }
+  // A fit without its type cannot name itself.
+  graph.time_model = 4;
+  expect_fatal([&] { get_TimeSeriesModel_name(name); }, "Programming error in get_FIT_TimeSeriesModel_name()\n",
+               "fit name");
   load_glm();
   get_TimeSeriesModel_name(name);
   EXPECT_STREQ(name, "GLM/OLS");
 }
 
 TEST_F(Dispatch, XValuesAndIndices) {
-  for (int m : {0, 2, 3, 4, 5}) {
+  for (int m : {0, 5}) {
     graph.time_model = m;
     EXPECT_EQ(get_TimeSeriesModel_xValue(7), 7.0f) << m;
     EXPECT_EQ(get_TimeSeriesModel_xIndex(3.7f), 3) << m;
     EXPECT_EQ(get_TimeSeriesModel_xIndex(-3.7f), -3) << m;
   }
+  // The group model's axis counts two per file.
+  graph.time_model = 2;
+  EXPECT_EQ(get_TimeSeriesModel_xValue(7), 14.0f);
+  EXPECT_EQ(get_TimeSeriesModel_xIndex(3.7f), 2);
+  EXPECT_EQ(get_TimeSeriesModel_xIndex(5.0f), 2);  // halves to even
   load_glm();
   EXPECT_EQ(get_TimeSeriesModel_xValue(7), 14.0f);
   EXPECT_EQ(get_TimeSeriesModel_xIndex(3.7f), 2);
@@ -158,7 +170,7 @@ TEST_F(Dispatch, FillRunsOnlyForALoadedModelAndACurve) {
 }
 
 TEST_F(Dispatch, InformationLinesNeedATimeGraphWithTheModel) {
-  for (int m : {0, 2, 3, 4}) {
+  for (int m : {0}) {
     graph.time_model = m;
     char a[1024], b[1024], c[1024];
     expect_fatal([&] { get_info_TimeSeriesModel(0, a, b, c); }, kInfoError, "info " + std::to_string(m));
@@ -237,6 +249,38 @@ TEST_F(Dispatch, LinearModelRoutes) {
   FILE *f = tmpfile();
   EXPECT_EQ(write_TimeSeriesModel_into_roi_file(1, f, nullptr), 0);
   fclose(f);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Dispatch, TheLinearModelsColumnsGoIntoTheResultTable) {
+  load_glm();
+  fill_TimeSeriesModel(IPOINT3D{0, 0, 0});
+  for (int j = 0; j < 20; j++) x[j] = get_TimeSeriesModel_xValue(j);
+  roi_files_reset();
+  snprintf(ovl_root.name, sizeof ovl_root.name, "roi");
+  const std::string table = s.path("glm.roi");
+  int result = -1;
+  Captured c = capture_output([&] { result = write_ovl_into_roi_file(table.c_str()); });
+  ASSERT_EQ(result, 0) << c.out;
+  FILE *f = fopen(table.c_str(), "r");
+  ASSERT_NE(f, nullptr);
+  std::vector<std::string> lines;
+  char line[256];
+  while (fgets(line, sizeof line, f)) lines.push_back(line);
+  fclose(f);
+  // The curve, the model's fit and each event's fit, 20 rows each.
+  ASSERT_EQ(lines.size(), 4u * 21u);
+  EXPECT_EQ(lines[0], "i x roi\n");
+  EXPECT_EQ(lines[21], "new   # GLM fit to data\n");
+  EXPECT_EQ(lines[42], "new   # fit for event type 1\n");
+  EXPECT_EQ(lines[63], "new   # fit for event type 2\n");
+  char expected[128];
+  snprintf(expected, sizeof expected, "5 %g %g\n", x[5], fit[5]);
+  EXPECT_EQ(lines[27], expected);
+  roi_files_reset();
 }
 
 }  // namespace
