@@ -44,4 +44,24 @@ int fit_tensor_general_fit(int npoints, const float *data, float *fit);
 void fit_log_values(int n, const float *x, float *y);
 void fit_exp_values(int n, float *v);
 
+// Whole maps of tensor fits on this thread, between begin and end: the
+// model's layouts are taken once, and the fitted curves are worked out only
+// when `need_curve` says that someone reads them. Each voxel's results are
+// the same to the last bit as its own single fit's.
+void fit_tensor_batch_begin(int npoints, int need_curve);
+void fit_tensor_batch_end(void);
+// Whether a whole map is being fitted on this thread.
+int fit_tensor_batch_active(void);
+// Whether fitted curves are wanted (always, outside a whole map).
+int fit_tensor_batch_need_curve(void);
+// Whether the batch holds the model in force for curves of this length.
+int fit_tensor_batch_ready(int npoints);
+// Takes the model in force into the batch; 0 when it is not a tensor model.
+int fit_tensor_batch_take_model(int npoints);
+// As fit_tensor_general_fit, from the batch's layouts.
+int fit_tensor_batch_fit(int npoints, const float *data, float *fit);
+// The weighted pseudo-inverse of the batch's design, as the normal inverse
+// and weighted pseudo-inverse passes make it, into the batch's layout.
+void fit_tensor_batch_weighted_pinv(int npoints, const float *weights);
+
 #endif

@@ -39,9 +39,10 @@ bool log_curve(int npoints, const float *ydata) {
   return true;
 }
 
-// The linear fit's results on the log curve, fit turned back into signal.
-void linear_results(int npoints, float *fit, double *p, double *diag_sem, double *doff_sem) {
-  fit_exp_values(npoints, fit);
+// The linear fit's results on the log curve, fit turned back into signal
+// when someone reads it.
+void linear_results(int npoints, float *fit, bool curve, double *p, double *diag_sem, double *doff_sem) {
+  if (curve) fit_exp_values(npoints, fit);
   p[0] = std::exp((double)GeneralGLM.Beta[0]);
   for (int c = 1; c < 7; c++) p[c] = GeneralGLM.Beta[c];
   *diag_sem = ((double)GeneralGLM.Sem[1] + GeneralGLM.Sem[2] + GeneralGLM.Sem[3]) / 3.0;
@@ -93,6 +94,13 @@ bool design_in_force(int ntime) {
   return true;
 }
 
+// The log-linear fit of the scratch log curve: from the whole map's layouts
+// when a map is being fitted, else through the model in force.
+int log_linear_fit(int npoints, float *fit) {
+  if (fit_tensor_batch_ready(npoints)) return fit_tensor_batch_fit(npoints, scratch.log_curve.data(), fit);
+  return fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit);
+}
+
 }  // namespace
 
 int FIT_define_DTI_basis_functions(int ntime, float *weight) {
@@ -142,9 +150,9 @@ void FITInternal_SetDTIOutputParameters(double S0, double Dxx, double Dyy, doubl
 
 int FIT_DTI_linear_OLS(int npoints, float *ydata, float *fit) {
   if (!log_curve(npoints, ydata)) return 0;
-  if (fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit)) return 1;
+  if (log_linear_fit(npoints, fit)) return 1;
   double p[7], diag_sem, doff_sem;
-  linear_results(npoints, fit, p, &diag_sem, &doff_sem);
+  linear_results(npoints, fit, fit_tensor_batch_need_curve(), p, &diag_sem, &doff_sem);
   FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
   return 0;
 }
@@ -157,19 +165,27 @@ int FIT_DTI_linear_WLS(int npoints, float *ydata, float *fit) {
   // model in force already has this design, only its weighted
   // pseudo-inverse is worked out again, by the steps of a new definition:
   // the design, its unweighted inverse and so the results are the same.
-  int defined = 0;
-  build_design(npoints);
-  if (design_in_force(npoints)) {
-    for (int c = 0; c < 7; c++) scratch.normal_rows[c] = &scratch.normal[c * 7];
-    fit_tensor_normal_inverse(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows);
-    fit_tensor_weighted_pinv(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows, GeneralGLM.Pinv);
+  int defined = 0, fitted;
+  if (fit_tensor_batch_ready(npoints)) {
+    // A whole map whose design is in force: the same passes, laid out for it.
+    fit_tensor_batch_weighted_pinv(npoints, scratch.weight.data());
+    fitted = fit_tensor_batch_fit(npoints, scratch.log_curve.data(), fit);
   } else {
-    defined = GeneralDefineGLM(7, npoints, scratch.weight.data(), scratch.rows.data());
+    build_design(npoints);
+    if (design_in_force(npoints)) {
+      for (int c = 0; c < 7; c++) scratch.normal_rows[c] = &scratch.normal[c * 7];
+      fit_tensor_normal_inverse(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows);
+      fit_tensor_weighted_pinv(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows, GeneralGLM.Pinv);
+    } else {
+      defined = GeneralDefineGLM(7, npoints, scratch.weight.data(), scratch.rows.data());
+    }
+    fitted = fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit);
+    // From here on the design stays in force for the rest of a whole map.
+    if (fit_tensor_batch_active() && design_in_force(npoints)) fit_tensor_batch_take_model(npoints);
   }
-  const int fitted = fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit);
   if (defined & fitted) return 1;
   double p[7], diag_sem, doff_sem;
-  linear_results(npoints, fit, p, &diag_sem, &doff_sem);
+  linear_results(npoints, fit, fit_tensor_batch_need_curve(), p, &diag_sem, &doff_sem);
   FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
   return 0;
 }
@@ -184,9 +200,10 @@ double FIT_func_DTI_nonlinear(double x, double *p) {
 
 int FIT_DTI_nonlinear(int npoints, float *ydata, float *fit) {
   if (!log_curve(npoints, ydata)) return 0;
-  if (fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit)) return 1;
+  if (log_linear_fit(npoints, fit)) return 1;
   double p[7], diag_sem, doff_sem;
-  linear_results(npoints, fit, p, &diag_sem, &doff_sem);
+  // The start's curve is not kept: the nonlinear curve replaces it whole.
+  linear_results(npoints, fit, false, p, &diag_sem, &doff_sem);
 
   scratch.x.resize(npoints);
   scratch.y.resize(npoints);

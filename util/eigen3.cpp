@@ -10,6 +10,9 @@ namespace {
 
 constexpr int N = 3;
 
+// sqrt(x² + y²) as hypot2 gives it, here where the compiler can inline it.
+inline double length2(double x, double y) { return sqrt(x * x + y * y); }
+
 // Reduces V (holding the matrix) to tridiagonal form: diagonal in d,
 // sub-diagonal in e[1..N-1]; V ends up holding the orthogonal transformation.
 void tred2(double V[N][N], double d[N], double e[N]) {
@@ -121,7 +124,7 @@ void tql2(double V[N][N], double d[N], double e[N]) {
         // Implicit shift from the leading 2 by 2 block.
         double g = d[l];
         double p = (d[l + 1] - g) / (2.0 * e[l]);
-        double r = hypot2(p, 1.0);
+        double r = length2(p, 1.0);
         if (p < 0) r = -r;
         d[l] = e[l] / (p + r);
         d[l + 1] = e[l] * (p + r);
@@ -141,7 +144,7 @@ void tql2(double V[N][N], double d[N], double e[N]) {
           s2 = s;
           g = c * e[i];
           h = c * p;
-          r = hypot2(p, e[i]);
+          r = length2(p, e[i]);
           e[i + 1] = s * r;
           s = e[i] / r;
           c = p / r;
