@@ -64,4 +64,14 @@ int fit_tensor_batch_fit(int npoints, const float *data, float *fit);
 // and weighted pseudo-inverse passes make it, into the batch's layout.
 void fit_tensor_batch_weighted_pinv(int npoints, const float *weights);
 
+// As fit_tensor_batch_fit for four curves at once, given point by point
+// (data4[4 j + k] is point j of curve k): the coefficients and their errors
+// of each curve, [coefficient][curve]. The fitted curves are not kept.
+void fit_tensor_batch_fit4(int npoints, const float *data4, float beta[][4], float sem[][4]);
+// Whole-map linear fits of up to four curves (n of them, voxel after voxel
+// from `series`): for each curve k in turn, FIT's values and outputs are set
+// as FIT_DTI_linear_OLS sets them, then done(context, k, result) is called.
+void fit_tensor_ols_group(int n, const float *series, int npoints, void (*done)(void *context, int k, int result),
+                          void *context);
+
 #endif

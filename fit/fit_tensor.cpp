@@ -17,7 +17,7 @@ namespace {
 
 // Per-thread scratch, kept between fits so that a fit allocates nothing.
 struct tensor_scratch {
-  std::vector<float> design, log_curve, weight;
+  std::vector<float> design, log_curve, weight, logs4;
   std::vector<float *> rows;
   std::vector<double> x, y;
   float normal[7 * 7];
@@ -28,14 +28,15 @@ thread_local tensor_scratch scratch;
 // log of each sample; false (and the parameters cleared) when a sample is 0
 // or below, or not a number: a background voxel, not a failure.
 bool log_curve(int npoints, const float *ydata) {
-  scratch.log_curve.resize(npoints > 0 ? npoints : 1);
+  tensor_scratch &sc = scratch;
+  sc.log_curve.resize(npoints > 0 ? npoints : 1);
   for (int j = 0; j < npoints; j++) {
     if (!(ydata[j] > 0.0f)) {
       for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
       return false;
     }
   }
-  fit_log_values(npoints, ydata, scratch.log_curve.data());
+  fit_log_values(npoints, ydata, sc.log_curve.data());
   return true;
 }
 
@@ -158,9 +159,10 @@ int FIT_DTI_linear_OLS(int npoints, float *ydata, float *fit) {
 }
 
 int FIT_DTI_linear_WLS(int npoints, float *ydata, float *fit) {
+  tensor_scratch &sc = scratch;
   if (!log_curve(npoints, ydata)) return 0;
-  scratch.weight.resize(npoints);
-  for (int j = 0; j < npoints; j++) scratch.weight[j] = ydata[j] * ydata[j];
+  sc.weight.resize(npoints);
+  for (int j = 0; j < npoints; j++) sc.weight[j] = ydata[j] * ydata[j];
   // The design keeps this curve's weights until the next one. When the
   // model in force already has this design, only its weighted
   // pseudo-inverse is worked out again, by the steps of a new definition:
@@ -168,18 +170,18 @@ int FIT_DTI_linear_WLS(int npoints, float *ydata, float *fit) {
   int defined = 0, fitted;
   if (fit_tensor_batch_ready(npoints)) {
     // A whole map whose design is in force: the same passes, laid out for it.
-    fit_tensor_batch_weighted_pinv(npoints, scratch.weight.data());
-    fitted = fit_tensor_batch_fit(npoints, scratch.log_curve.data(), fit);
+    fit_tensor_batch_weighted_pinv(npoints, sc.weight.data());
+    fitted = fit_tensor_batch_fit(npoints, sc.log_curve.data(), fit);
   } else {
     build_design(npoints);
     if (design_in_force(npoints)) {
-      for (int c = 0; c < 7; c++) scratch.normal_rows[c] = &scratch.normal[c * 7];
-      fit_tensor_normal_inverse(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows);
-      fit_tensor_weighted_pinv(npoints, GeneralGLM.X, scratch.weight.data(), scratch.normal_rows, GeneralGLM.Pinv);
+      for (int c = 0; c < 7; c++) sc.normal_rows[c] = &sc.normal[c * 7];
+      fit_tensor_normal_inverse(npoints, GeneralGLM.X, sc.weight.data(), sc.normal_rows);
+      fit_tensor_weighted_pinv(npoints, GeneralGLM.X, sc.weight.data(), sc.normal_rows, GeneralGLM.Pinv);
     } else {
-      defined = GeneralDefineGLM(7, npoints, scratch.weight.data(), scratch.rows.data());
+      defined = GeneralDefineGLM(7, npoints, sc.weight.data(), sc.rows.data());
     }
-    fitted = fit_tensor_general_fit(npoints, scratch.log_curve.data(), fit);
+    fitted = fit_tensor_general_fit(npoints, sc.log_curve.data(), fit);
     // From here on the design stays in force for the rest of a whole map.
     if (fit_tensor_batch_active() && design_in_force(npoints)) fit_tensor_batch_take_model(npoints);
   }
@@ -199,23 +201,59 @@ double FIT_func_DTI_nonlinear(double x, double *p) {
 }
 
 int FIT_DTI_nonlinear(int npoints, float *ydata, float *fit) {
+  tensor_scratch &sc = scratch;
   if (!log_curve(npoints, ydata)) return 0;
   if (log_linear_fit(npoints, fit)) return 1;
   double p[7], diag_sem, doff_sem;
   // The start's curve is not kept: the nonlinear curve replaces it whole.
   linear_results(npoints, fit, false, p, &diag_sem, &doff_sem);
 
-  scratch.x.resize(npoints);
-  scratch.y.resize(npoints);
+  sc.x.resize(npoints);
+  sc.y.resize(npoints);
   for (int j = 0; j < npoints; j++) {
-    scratch.x[j] = j;
-    scratch.y[j] = ydata[j];
+    sc.x[j] = j;
+    sc.y[j] = ydata[j];
   }
-  lm_data_type data = {scratch.x.data(), scratch.y.data(), FIT_func_DTI_nonlinear};
+  lm_data_type data = {sc.x.data(), sc.y.data(), FIT_func_DTI_nonlinear};
   lm_control_type control;
   lm_initialize_control(&control);
   lm_minimize(npoints, 7, p, lm_evaluate_default, lm_print_maps, &data, &control);
   for (int j = 0; j < npoints; j++) fit[j] = (float)FIT_func_DTI_nonlinear(j, p);
   FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
   return 0;
+}
+
+void fit_tensor_ols_group(int n, const float *series, int npoints, void (*done)(void *context, int k, int result),
+                          void *context) {
+  // Each curve's logarithms into its lane; a background curve (a sample at
+  // or below 0, or not a number) leaves its lane at 0 and gets no fit.
+  tensor_scratch &sc = scratch;
+  sc.log_curve.resize((size_t)npoints > 0 ? (size_t)npoints : 1);
+  sc.logs4.assign((size_t)npoints * 4, 0.0f);
+  float *log_curve = sc.log_curve.data(), *logs4 = sc.logs4.data();
+  bool fitted[4] = {false, false, false, false};
+  for (int k = 0; k < n; k++) {
+    const float *y = series + (size_t)k * npoints;
+    bool background = false;
+    for (int j = 0; j < npoints; j++) background |= !(y[j] > 0.0f);
+    if (background) continue;
+    fit_log_values(npoints, y, log_curve);
+    for (int j = 0; j < npoints; j++) logs4[(size_t)4 * j + k] = log_curve[j];
+    fitted[k] = true;
+  }
+  float beta[7][4], sem[7][4];
+  fit_tensor_batch_fit4(npoints, logs4, beta, sem);
+  for (int k = 0; k < n; k++) {
+    for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
+    if (fitted[k]) {
+      for (int c = 0; c < 7; c++) {
+        GeneralGLM.Beta[c] = beta[c][k];
+        GeneralGLM.Sem[c] = sem[c][k];
+      }
+      double p[7], diag_sem, doff_sem;
+      linear_results(npoints, nullptr, false, p, &diag_sem, &doff_sem);
+      FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
+    }
+    done(context, k, 0);
+  }
 }

@@ -30,15 +30,25 @@ struct tensor_batch {
   std::vector<v4> design;     // [point][2]: the design's row, 0-3 and 4-6
   std::vector<v4> columns;    // [coefficient][block]: the design's column, four points a block
   std::vector<float> fitted;  // the fitted log curve, padded to whole blocks
+  std::vector<v4> pinv_each;  // [point][coefficient]: each pseudo-inverse value four times
+  std::vector<v4> x_each;     // [point][coefficient]: each design value four times
   float sem_root[NC];         // square roots of the unweighted inverse's diagonal
 };
-thread_local tensor_batch batch;
+// Reached through a reference taken once per call: each use of a
+// thread_local with members to construct goes through a wrapper call.
+thread_local tensor_batch batch_storage;
 
 inline v4 splat(float x) { return v4{x, x, x, x}; }
+inline v4 load4(const float *p) {
+  v4 v;
+  memcpy(&v, p, sizeof v);
+  return v;
+}
 
 // Takes the model in force (the seven-column design of this many points)
 // into the batch layouts; false when the model in force is another one.
 bool take_model(int npoints) {
+  tensor_batch &batch = batch_storage;
   const general_glm_record &m = GeneralGLM;
   if (m.ncoeff != NC || m.nt != npoints || npoints < 1 || !m.X || !m.Pinv || !m.XTXm1 || !m.Beta || !m.Sem)
     return false;
@@ -55,6 +65,13 @@ bool take_model(int npoints) {
       batch.columns[(size_t)c * batch.nblocks + j / 4][j % 4] = m.X[j][c];
     }
   }
+  batch.pinv_each.resize((size_t)npoints * NC);
+  batch.x_each.resize((size_t)npoints * NC);
+  for (int j = 0; j < npoints; j++)
+    for (int c = 0; c < NC; c++) {
+      batch.pinv_each[(size_t)j * NC + c] = splat(m.Pinv[c][j]);
+      batch.x_each[(size_t)j * NC + c] = splat(m.X[j][c]);
+    }
   for (int c = 0; c < NC; c++) batch.sem_root[c] = std::sqrt(m.XTXm1[c][c]);
   batch.model_ready = true;
   return true;
@@ -122,6 +139,7 @@ bool invert7(double a[NC][NC]) {
 }  // namespace
 
 void fit_tensor_batch_begin(int npoints, int need_curve) {
+  tensor_batch &batch = batch_storage;
   batch.active = true;
   batch.need_curve = need_curve != 0;
   batch.model_ready = false;
@@ -131,21 +149,27 @@ void fit_tensor_batch_begin(int npoints, int need_curve) {
 }
 
 void fit_tensor_batch_end(void) {
+  tensor_batch &batch = batch_storage;
   batch.active = false;
   batch.model_ready = false;
 }
 
-int fit_tensor_batch_active(void) { return batch.active; }
+int fit_tensor_batch_active(void) { return batch_storage.active; }
 
-int fit_tensor_batch_need_curve(void) { return !batch.active || batch.need_curve; }
+int fit_tensor_batch_need_curve(void) {
+  const tensor_batch &batch = batch_storage;
+  return !batch.active || batch.need_curve;
+}
 
 int fit_tensor_batch_ready(int npoints) {
+  const tensor_batch &batch = batch_storage;
   return batch.active && batch.model_ready && batch.npoints == npoints;
 }
 
-int fit_tensor_batch_take_model(int npoints) { return batch.active && take_model(npoints); }
+int fit_tensor_batch_take_model(int npoints) { return batch_storage.active && take_model(npoints); }
 
 int fit_tensor_batch_fit(int npoints, const float *data, float *fit) {
+  tensor_batch &batch = batch_storage;
   const v4 *pinv = batch.pinv.data();
   v4 beta0 = splat(0.0f), beta1 = splat(0.0f);
   for (int j = 0; j < npoints; j++) {
@@ -180,6 +204,7 @@ int fit_tensor_batch_fit(int npoints, const float *data, float *fit) {
 }
 
 void fit_tensor_batch_weighted_pinv(int npoints, const float *weights) {
+  tensor_batch &batch = batch_storage;
   // The normal matrix, row by row: sum[a][b] += (w x[a]) x[b], point after point.
   const v4 *design = batch.design.data();
   v4 normal[NC][2];
@@ -222,5 +247,37 @@ void fit_tensor_batch_weighted_pinv(int npoints, const float *weights) {
     }
     pinv[2 * j] = p0;
     pinv[2 * j + 1] = p1;
+  }
+}
+
+void fit_tensor_batch_fit4(int npoints, const float *data4, float beta_out[][4], float sem_out[][4]) {
+  tensor_batch &batch = batch_storage;
+  // Four curves side by side, one to a lane: the sums of each lane are the
+  // one-curve sums, in the same order.
+  const v4 *pinv = batch.pinv_each.data(), *x = batch.x_each.data();
+  v4 beta[NC];
+  for (int c = 0; c < NC; c++) beta[c] = splat(0.0f);
+  for (int j = 0; j < npoints; j++) {
+    const v4 d = load4(data4 + 4 * j);
+    const v4 *p = pinv + (size_t)j * NC;
+    for (int c = 0; c < NC; c++) beta[c] += p[c] * d;
+  }
+  v4 sum = splat(0.0f);
+  for (int j = 0; j < npoints; j++) {
+    const v4 *xj = x + (size_t)j * NC;
+    v4 f = splat(0.0f);
+    for (int c = 0; c < NC; c++) f += beta[c] * xj[c];
+    const v4 r = load4(data4 + 4 * j) - f;
+    sum += r * r;
+  }
+  for (int c = 0; c < NC; c++)
+    for (int k = 0; k < 4; k++) beta_out[c][k] = beta[c][k];
+  for (int k = 0; k < 4; k++) {
+    if (npoints == NC) {
+      for (int c = 0; c < NC; c++) sem_out[c][k] = 0.0f;
+    } else {
+      const float s = std::sqrt(sum[k] / static_cast<float>(npoints - NC));
+      for (int c = 0; c < NC; c++) sem_out[c][k] = batch.sem_root[c] * s;
+    }
   }
 }

@@ -24,6 +24,17 @@ struct voxel_job {
 // The tensor fits, whose maps need neither the fitted curve nor its chi-square.
 bool maps_only(int type) { return type == FIT_DTI_OLS || type == FIT_DTI_WLS || type == FIT_DTI_NL; }
 
+// The engine's values and outputs of voxel v, and its result and chi-square.
+void store(const voxel_job &job, int v, int r, float chi2) {
+  if (job.result) job.result[v] = r;
+  if (job.chi2_dof) job.chi2_dof[v] = chi2;
+  if (job.values)
+    for (int i = 0; i < FIT.nparam_fit; i++) job.values[(size_t)v * FIT.nparam_fit + i] = FIT.param_value[i];
+  if (job.outputs)
+    for (int i = 0; i < FIT.nparam_output; i++)
+      job.outputs[(size_t)v * FIT.nparam_output + i] = FIT.param_output[i];
+}
+
 void fit_one(const voxel_job &job, int v, std::vector<float> &y, std::vector<float> &fit) {
   for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
   std::fill(fit.begin(), fit.end(), 0.0f);
@@ -39,13 +50,30 @@ void fit_one(const voxel_job &job, int v, std::vector<float> &y, std::vector<flo
   } else {
     r = FIT_data(job.ntime, y.data(), fit.data(), &chi2);
   }
-  if (job.result) job.result[v] = r;
-  if (job.chi2_dof) job.chi2_dof[v] = chi2;
-  if (job.values)
-    for (int i = 0; i < FIT.nparam_fit; i++) job.values[(size_t)v * FIT.nparam_fit + i] = FIT.param_value[i];
-  if (job.outputs)
-    for (int i = 0; i < FIT.nparam_output; i++)
-      job.outputs[(size_t)v * FIT.nparam_output + i] = FIT.param_output[i];
+  store(job, v, r, chi2);
+}
+
+struct group_context {
+  const voxel_job *job;
+  int first;
+};
+
+void store_group_voxel(void *context, int k, int r) {
+  const group_context *g = static_cast<const group_context *>(context);
+  store(*g->job, g->first + k, r, 0.0f);
+}
+
+// Voxels begin to end. Linear tensor maps alone go four voxels at a time.
+void fit_range(const voxel_job &job, int begin, int end, std::vector<float> &y, std::vector<float> &fit) {
+  if (!job.chi2_dof && FIT.type == FIT_DTI_OLS && fit_tensor_batch_ready(job.ntime)) {
+    for (int v = begin; v < end; v += 4) {
+      group_context g{&job, v};
+      fit_tensor_ols_group(end - v < 4 ? end - v : 4, job.series + (size_t)v * job.ntime, job.ntime,
+                           store_group_voxel, &g);
+    }
+    return;
+  }
+  for (int v = begin; v < end; v++) fit_one(job, v, y, fit);
 }
 
 // A copy of another thread's model, for the fits that use the design as it
@@ -92,7 +120,7 @@ void worker(const voxel_job &job, const fit_struct &engine, const general_glm_re
     const int begin = next.fetch_add(chunk);
     if (begin >= job.nvoxels) break;
     const int end = begin + chunk < job.nvoxels ? begin + chunk : job.nvoxels;
-    for (int v = begin; v < end; v++) fit_one(job, v, y, fit);
+    fit_range(job, begin, end, y, fit);
   }
   fit_tensor_batch_end();
   if (copied) release_copied_model();
@@ -116,7 +144,7 @@ int FIT_fit_voxels(int nvoxels, int ntime, const float *series, int nthreads, in
   std::vector<float> y(ntime), fit(ntime);
   if (nthreads <= 1 || nvoxels < 2) {
     fit_tensor_batch_begin(ntime, chi2_dof != nullptr);
-    for (int v = 0; v < nvoxels; v++) fit_one(job, v, y, fit);
+    fit_range(job, 0, nvoxels, y, fit);
     fit_tensor_batch_end();
     // The caller's engine as the single fit of the last voxel leaves it.
     if (fit_is_tensor(FIT.type)) fit_one(job, nvoxels - 1, y, fit);
