@@ -109,14 +109,21 @@ int FIT_define_DTI_basis_functions(int ntime, float *weight) {
   return GeneralDefineGLM(7, ntime, weight, scratch.rows.data());
 }
 
-void FITInternal_SetDTIOutputParameters(double S0, double Dxx, double Dyy, double Dzz, double Dxy, double Dxz,
-                                        double Dyz, double Diag_sem, double Doff_sem) {
+namespace {
+
+// The tensor as a symmetric matrix.
+void tensor_matrix(double Dxx, double Dyy, double Dzz, double Dxy, double Dxz, double Dyz, double A[3][3]) {
+  A[0][0] = Dxx, A[0][1] = Dxy, A[0][2] = Dxz;
+  A[1][0] = Dxy, A[1][1] = Dyy, A[1][2] = Dyz;
+  A[2][0] = Dxz, A[2][1] = Dyz, A[2][2] = Dzz;
+}
+
+// FIT's values and outputs from the tensor and its eigen decomposition.
+void set_dti_outputs(double S0, double Dxx, double Dyy, double Dzz, double Dxy, double Dxz, double Dyz,
+                     double Diag_sem, double Doff_sem, double V[3][3], const double e[3]) {
   const double value[7] = {S0, Dxx, Dyy, Dzz, Dxy, Dxz, Dyz};
   for (int i = 0; i < 7; i++) FIT.param_value[i] = (float)value[i];
 
-  double A[3][3] = {{Dxx, Dxy, Dxz}, {Dxy, Dyy, Dyz}, {Dxz, Dyz, Dzz}};
-  double V[3][3], e[3];
-  eigen_decomposition(A, V, e);
   const double MD = (e[0] + e[1] + e[2]) / 3.0;
   const double LD = e[2];
   const double RD = (e[0] + e[1]) / 2.0;
@@ -147,6 +154,16 @@ void FITInternal_SetDTIOutputParameters(double S0, double Dxx, double Dyy, doubl
   const double output[FIT_DTI_OUTPUTS] = {S0,      MD,      LD,  RD,  ASigma, dASigma,  FA,      V[0][2], V[1][2],
                                           V[2][2], Dxx,     Dyy, Dzz, Dxy,    Dxz,      Dyz,     Diag_sem, Doff_sem};
   for (int i = 0; i < FIT_DTI_OUTPUTS; i++) FIT.param_output[i] = (float)output[i];
+}
+
+}  // namespace
+
+void FITInternal_SetDTIOutputParameters(double S0, double Dxx, double Dyy, double Dzz, double Dxy, double Dxz,
+                                        double Dyz, double Diag_sem, double Doff_sem) {
+  double A[3][3], V[3][3], e[3];
+  tensor_matrix(Dxx, Dyy, Dzz, Dxy, Dxz, Dyz, A);
+  eigen_decomposition(A, V, e);
+  set_dti_outputs(S0, Dxx, Dyy, Dzz, Dxy, Dxz, Dyz, Diag_sem, Doff_sem, V, e);
 }
 
 int FIT_DTI_linear_OLS(int npoints, float *ydata, float *fit) {
@@ -243,17 +260,29 @@ void fit_tensor_ols_group(int n, const float *series, int npoints, void (*done)(
   }
   float beta[7][4], sem[7][4];
   fit_tensor_batch_fit4(npoints, logs4, beta, sem);
+  // Each curve's tensor, then the eigen decompositions two at a time.
+  double p[4][7], diag_sem[4], doff_sem[4], A[4][3][3], V[4][3][3], e[4][3];
+  int order[4], nfitted = 0;
+  for (int k = 0; k < n; k++) {
+    if (!fitted[k]) continue;
+    for (int c = 0; c < 7; c++) {
+      GeneralGLM.Beta[c] = beta[c][k];
+      GeneralGLM.Sem[c] = sem[c][k];
+    }
+    linear_results(npoints, nullptr, false, p[k], &diag_sem[k], &doff_sem[k]);
+    tensor_matrix(p[k][1], p[k][2], p[k][3], p[k][4], p[k][5], p[k][6], A[k]);
+    order[nfitted++] = k;
+  }
+  for (int i = 0; i + 1 < nfitted; i += 2) {
+    const int a = order[i], b = order[i + 1];
+    eigen_decomposition_pair(A[a], A[b], V[a], V[b], e[a], e[b]);
+  }
+  if (nfitted % 2) eigen_decomposition(A[order[nfitted - 1]], V[order[nfitted - 1]], e[order[nfitted - 1]]);
   for (int k = 0; k < n; k++) {
     for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
-    if (fitted[k]) {
-      for (int c = 0; c < 7; c++) {
-        GeneralGLM.Beta[c] = beta[c][k];
-        GeneralGLM.Sem[c] = sem[c][k];
-      }
-      double p[7], diag_sem, doff_sem;
-      linear_results(npoints, nullptr, false, p, &diag_sem, &doff_sem);
-      FITInternal_SetDTIOutputParameters(p[0], p[1], p[2], p[3], p[4], p[5], p[6], diag_sem, doff_sem);
-    }
+    if (fitted[k])
+      set_dti_outputs(p[k][0], p[k][1], p[k][2], p[k][3], p[k][4], p[k][5], p[k][6], diag_sem[k], doff_sem[k], V[k],
+                      e[k]);
     done(context, k, 0);
   }
 }
