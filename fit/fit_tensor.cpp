@@ -273,11 +273,17 @@ void fit_tensor_ols_group(int n, const float *series, int npoints, void (*done)(
     tensor_matrix(p[k][1], p[k][2], p[k][3], p[k][4], p[k][5], p[k][6], A[k]);
     order[nfitted++] = k;
   }
-  for (int i = 0; i + 1 < nfitted; i += 2) {
-    const int a = order[i], b = order[i + 1];
-    eigen_decomposition_pair(A[a], A[b], V[a], V[b], e[a], e[b]);
+  if (nfitted == 4) {
+    double (*a[4])[3] = {A[0], A[1], A[2], A[3]}, (*v[4])[3] = {V[0], V[1], V[2], V[3]};
+    double *d[4] = {e[0], e[1], e[2], e[3]};
+    eigen_decomposition_four(a, v, d);
+  } else {
+    for (int i = 0; i + 1 < nfitted; i += 2) {
+      const int a = order[i], b = order[i + 1];
+      eigen_decomposition_pair(A[a], A[b], V[a], V[b], e[a], e[b]);
+    }
+    if (nfitted % 2) eigen_decomposition(A[order[nfitted - 1]], V[order[nfitted - 1]], e[order[nfitted - 1]]);
   }
-  if (nfitted % 2) eigen_decomposition(A[order[nfitted - 1]], V[order[nfitted - 1]], e[order[nfitted - 1]]);
   for (int k = 0; k < n; k++) {
     for (int i = 0; i < FIT_MAX_PARAMETERS; i++) FIT.param_value[i] = FIT.param_output[i] = 0.0f;
     if (fitted[k])

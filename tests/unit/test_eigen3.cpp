@@ -190,6 +190,21 @@ TEST(EigenDecompositionPair, EachLaneEqualsItsOwnDecomposition) {
     expect_pair_equals_singles(A0, A1, ("pair " + std::to_string(n)).c_str());
     if (HasFailure()) break;
   }
+  // Four at a time, from every starting place.
+  for (size_t n = 0; n + 3 < matrices.size(); n++) {
+    double A[4][3][3], V[4][3][3], d[4][3], W[3][3], e[3];
+    double (*a[4])[3], (*v[4])[3], *dd[4];
+    for (int k = 0; k < 4; k++) {
+      memcpy(A[k], matrices[n + k].data(), sizeof A[k]);
+      a[k] = A[k], v[k] = V[k], dd[k] = d[k];
+    }
+    eigen_decomposition_four(a, v, dd);
+    for (int k = 0; k < 4; k++) {
+      eigen_decomposition(A[k], W, e);
+      ASSERT_EQ(memcmp(V[k], W, sizeof W), 0) << "four from " << n << " lane " << k;
+      ASSERT_EQ(memcmp(d[k], e, sizeof e), 0) << "four from " << n << " lane " << k;
+    }
+  }
 }
 
 }  // namespace
