@@ -4,7 +4,7 @@
 // runs of each, in milliseconds of the thread's processor time, and writes each result beside its input
 // so that the script can check it against scipy.
 //
-//   zor_region_ops_bench DIR NX NY NZ ROUNDS
+//   zor_region_ops_bench DIR NX NY NZ ROUNDS SEED_INDEX [CLUSTER_SEED_INDEX]
 #include <time.h>
 
 #include <algorithm>
@@ -53,8 +53,8 @@ double median(std::vector<double> v) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  if (argc != 7) {
-    fprintf(stderr, "usage: zor_region_ops_bench DIR NX NY NZ ROUNDS SEED_INDEX\n");
+  if (argc != 7 && argc != 8) {
+    fprintf(stderr, "usage: zor_region_ops_bench DIR NX NY NZ ROUNDS SEED_INDEX [CLUSTER_SEED_INDEX]\n");
     return 2;
   }
   const std::string dir = argv[1];
@@ -91,6 +91,9 @@ int main(int argc, char **argv) {
   activation.thresh_lin_high = 10.0f;
   const int seed = atoi(argv[6]);
   const IPOINT3D seed3{seed % dim.x, (seed / dim.x) % dim.y, seed / (dim.x * dim.y)};
+  const int cluster_seed = argc == 8 ? atoi(argv[7]) : seed;
+  const IPOINT3D cluster_seed3{cluster_seed % dim.x, (cluster_seed / dim.x) % dim.y,
+                               cluster_seed / (dim.x * dim.y)};
   std::vector<double> t;
   for (int r = 0; r < rounds; r++) {
     mosaic.icross = seed3;
@@ -122,7 +125,7 @@ int main(int argc, char **argv) {
   for (int r = 0; r < rounds; r++) {
     memcpy(overlay_map.weight, clusters.data(), sizeof(float) * n3d);
     update_root_overlay(1, 0);
-    mosaic.icross = seed3;
+    mosaic.icross = cluster_seed3;
     double t0 = now_ms();
     action_cluster_overlay();
     t.push_back(now_ms() - t0);
