@@ -75,10 +75,11 @@ def main():
     with open(os.path.join(out, "activation.hdr"), "w") as f:
         f.write(header("float", 1, "demo activation map"))
 
-    # A region around the responding blob, and a list naming it in orange.
+    # A region around the responding blob (the voxels where it is above half
+    # its peak, one "x y z" a line and nothing else), and a list naming it in
+    # orange.
     region = os.path.join(out, "blob.ovl")
     with open(region, "w") as f:
-        f.write("# voxels where the blob is above half its peak\n")
         for zi, yi, xi in zip(*np.nonzero((blob > 0.5) & tissue)):
             f.write(f"{xi} {yi} {zi}\n")
     with open(os.path.join(out, "regions.list"), "w") as f:

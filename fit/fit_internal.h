@@ -44,4 +44,34 @@ int fit_tensor_general_fit(int npoints, const float *data, float *fit);
 void fit_log_values(int n, const float *x, float *y);
 void fit_exp_values(int n, float *v);
 
+// Whole maps of tensor fits on this thread, between begin and end: the
+// model's layouts are taken once, and the fitted curves are worked out only
+// when `need_curve` says that someone reads them. Each voxel's results are
+// the same to the last bit as its own single fit's.
+void fit_tensor_batch_begin(int npoints, int need_curve);
+void fit_tensor_batch_end(void);
+// Whether a whole map is being fitted on this thread.
+int fit_tensor_batch_active(void);
+// Whether fitted curves are wanted (always, outside a whole map).
+int fit_tensor_batch_need_curve(void);
+// Whether the batch holds the model in force for curves of this length.
+int fit_tensor_batch_ready(int npoints);
+// Takes the model in force into the batch; 0 when it is not a tensor model.
+int fit_tensor_batch_take_model(int npoints);
+// As fit_tensor_general_fit, from the batch's layouts.
+int fit_tensor_batch_fit(int npoints, const float *data, float *fit);
+// The weighted pseudo-inverse of the batch's design, as the normal inverse
+// and weighted pseudo-inverse passes make it, into the batch's layout.
+void fit_tensor_batch_weighted_pinv(int npoints, const float *weights);
+
+// As fit_tensor_batch_fit for four curves at once, given point by point
+// (data4[4 j + k] is point j of curve k): the coefficients and their errors
+// of each curve, [coefficient][curve]. The fitted curves are not kept.
+void fit_tensor_batch_fit4(int npoints, const float *data4, float beta[][4], float sem[][4]);
+// Whole-map linear fits of up to four curves (n of them, voxel after voxel
+// from `series`): for each curve k in turn, FIT's values and outputs are set
+// as FIT_DTI_linear_OLS sets them, then done(context, k, result) is called.
+void fit_tensor_ols_group(int n, const float *series, int npoints, void (*done)(void *context, int k, int result),
+                          void *context);
+
 #endif

@@ -26,5 +26,11 @@ float Trace_of_Matrix(int order, float **M);
 // Symmetric 3 by 3 eigen decomposition: eigenvalues in `d` in ascending
 // order, the matching unit eigenvectors in the columns of V. A is not changed.
 void eigen_decomposition(double A[3][3], double V[3][3], double d[3]);
+// Two decompositions side by side, each giving exactly what
+// eigen_decomposition gives for it alone (whole maps of tensors).
+void eigen_decomposition_pair(double A0[3][3], double A1[3][3], double V0[3][3], double V1[3][3], double d0[3],
+                              double d1[3]);
+// Four side by side: A[k], V[k] and d[k] as A, V and d above.
+void eigen_decomposition_four(double (*A[4])[3], double (*V[4])[3], double *d[4]);
 
 #endif

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds, writes a small demo study into demo/ and
-# shows it: the image window, and beside it the graph window with the time
-# course under the cross-hair, which is put on the responding blob, and the
-# linear model's fit to it. Without
+# shows it: the image window, with the cross-hair put on the responding blob
+# and the listed region around it stepped to, and beside it the graph window
+# with the region's mean time course and the linear model's fit to it. Without
 # an X display the viewer runs under a virtual server (Xvfb), and both
 # windows are saved side by side as demo/screenshot.png.
 set -euo pipefail
@@ -79,9 +79,12 @@ voxel_x=20 voxel_y=12 slice=4
 column=$((slice % 4)) row=$((slice / 4))
 px=$((zoom * (33 * column + 1 + voxel_x) + zoom / 2))
 py=$((30 + zoom * (33 * row + 1 + 31 - voxel_y) + zoom / 2))
-# The cross-hair onto the blob, then the graph window ("g"), moved beside
-# the image window.
+# The cross-hair onto the blob; then the listed region, by a click on the
+# region's name in the menu row under the top one ("overlay: none" until
+# then, its name from x 60 to 110); then the graph window ("g"), moved
+# beside the image window.
 xdotool mousemove --window "$window" "$px" "$py" click 1
+xdotool mousemove --window "$window" 80 22 click 1
 xdotool mousemove --window "$window" 1 1 key g
 graph=""
 for _ in $(seq 1 50); do

@@ -33,9 +33,11 @@ int flat(IPOINT3D v, IPOINT3D d) { return v.x + d.x * (v.y + d.y * v.z); }
 // Scratch volumes kept between edits: a region tool is used again and
 // again on the same stack, and fresh memory of that size costs more to map
 // than the edit itself.
-std::vector<int16_t> scratch_binary, scratch_a, scratch_b;
+std::vector<int16_t> scratch_binary;
+std::vector<uint8_t> scratch_mask, scratch_a, scratch_b;
 
-int16_t *scratch(std::vector<int16_t> &v, size_t n) {
+template <typename T>
+T *scratch(std::vector<T> &v, size_t n) {
   if (v.size() < n) v.resize(n);
   return v.data();
 }
@@ -46,37 +48,153 @@ void clear_map(void) {
   memset(overlay_map.color, 0, sizeof(int16_t) * (size_t)n3d);
 }
 
-// Box of half-width r along one axis: OR (dilate) or AND (erode) of the
-// voxels of the window inside the stack. The volume is taken as blocks of
-// `n` slices of `s` contiguous values (s = 1 along x, a row along y, a
-// plane along z), and a window count per value slides along the slices, so
-// that memory is read in order whatever the axis.
-void box_pass(int16_t *out, const int16_t *in, IPOINT3D d, int axis, int r, int dilate) {
+// Whole runs of voxels sixteen (or eight, or four) at a time. Each lane
+// gives the value the one-voxel loop after it gives.
+typedef uint8_t u8x16 __attribute__((vector_size(16)));
+typedef uint8_t u8x8 __attribute__((vector_size(8)));
+typedef uint8_t u8x4 __attribute__((vector_size(4)));
+typedef int16_t i16x8 __attribute__((vector_size(16)));
+typedef int32_t i32x4 __attribute__((vector_size(16)));
+typedef float f32x4 __attribute__((vector_size(16)));
+
+template <typename V>
+inline V load(const void *p) {
+  V v;
+  memcpy(&v, p, sizeof v);
+  return v;
+}
+template <typename V>
+inline void store(void *p, V v) {
+  memcpy(p, &v, sizeof v);
+}
+
+// o |= v (or o &= v) over n bytes.
+void combine_into(uint8_t *o, const uint8_t *v, size_t n, int dilate) {
+  size_t j = 0;
+  if (dilate) {
+    for (; j + 16 <= n; j += 16) store(o + j, load<u8x16>(o + j) | load<u8x16>(v + j));
+    for (; j < n; j++) o[j] |= v[j];
+  } else {
+    for (; j + 16 <= n; j += 16) store(o + j, load<u8x16>(o + j) & load<u8x16>(v + j));
+    for (; j < n; j++) o[j] &= v[j];
+  }
+}
+
+// m = 1 where the value is not 0 (NaN included), else 0.
+void mask_of_nonzero(const int16_t *b, uint8_t *m, int n) {
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const i16x8 set = (load<i16x8>(b + i) != 0) & 1;
+    store(m + i, __builtin_convertvector(set, u8x8));
+  }
+  for (; i < n; i++) m[i] = b[i] != 0;
+}
+void mask_of_nonzero(const float *w, uint8_t *m, int n) {
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    const i32x4 set = (load<f32x4>(w + i) != 0.0f) & 1;
+    store(m + i, __builtin_convertvector(set, u8x4));
+  }
+  for (; i < n; i++) m[i] = w[i] != 0.0f;
+}
+// m = 1 where sign·value > low (never for NaN), else 0.
+void mask_above(const float *v, float sign, float low, uint8_t *m, int n) {
+  int i = 0;
+  const f32x4 s4 = {sign, sign, sign, sign}, l4 = {low, low, low, low};
+  for (; i + 4 <= n; i += 4) {
+    const i32x4 set = (s4 * load<f32x4>(v + i) > l4) & 1;
+    store(m + i, __builtin_convertvector(set, u8x4));
+  }
+  for (; i < n; i++) m[i] = sign * v[i] > low;
+}
+
+// Box of half-width r along one axis over a volume of 0s and 1s: OR
+// (dilate) or AND (erode) of the voxels of the window inside the stack. The
+// volume is taken as blocks of `n` slices of `s` contiguous values (s = 1
+// along x, a row along y, a plane along z); each output slice is the first
+// slice of its window combined with the others, a whole slice at a time,
+// so that memory is read in order whatever the axis.
+void box_pass(uint8_t *__restrict out, const uint8_t *__restrict in, IPOINT3D d, int axis, int r, int dilate) {
   const int n = axis == 0 ? d.x : axis == 1 ? d.y : d.z;
   const size_t s = axis == 0 ? 1 : axis == 1 ? (size_t)d.x : (size_t)d.x * d.y;
   const size_t n3d = (size_t)d.x * d.y * d.z;
   const size_t block = s * (size_t)n;
-  std::vector<int> count(s);
   for (size_t base = 0; base < n3d; base += block) {
-    const int16_t *src = in + base;
-    int16_t *dst = out + base;
-    std::fill(count.begin(), count.end(), 0);
-    for (int k = 0; k <= std::min(r, n - 1); k++)
-      for (size_t j = 0; j < s; j++) count[j] += src[k * s + j] != 0;
-    for (int i = 0; i < n; i++) {
-      if (i > 0) {
-        if (i + r < n)
-          for (size_t j = 0; j < s; j++) count[j] += src[(i + r) * s + j] != 0;
-        if (i - r - 1 >= 0)
-          for (size_t j = 0; j < s; j++) count[j] -= src[(i - r - 1) * s + j] != 0;
+    const uint8_t *__restrict src = in + base;
+    uint8_t *__restrict dst = out + base;
+    if (s == 1) {
+      // Along a row: the row itself, then the row shifted by 1 to r either way.
+      memcpy(dst, src, (size_t)n);
+      for (int k = 1; k <= r && k < n; k++) {
+        combine_into(dst, src + k, (size_t)(n - k), dilate);
+        combine_into(dst + k, src, (size_t)(n - k), dilate);
       }
-      const int width = std::min(i + r, n - 1) - std::max(i - r, 0) + 1;
-      int16_t *o = dst + (size_t)i * s;
-      if (dilate)
-        for (size_t j = 0; j < s; j++) o[j] = count[j] > 0;
-      else
-        for (size_t j = 0; j < s; j++) o[j] = count[j] == width;
+      continue;
     }
+    for (int i = 0; i < n; i++) {
+      const int lo = std::max(i - r, 0), hi = std::min(i + r, n - 1);
+      uint8_t *__restrict o = dst + (size_t)i * s;
+      memcpy(o, src + (size_t)lo * s, s);
+      for (int k = lo + 1; k <= hi; k++) combine_into(o, src + (size_t)k * s, s, dilate);
+    }
+  }
+}
+
+// The 26-connected part joined to the seed of a mask of 1s (voxels that may
+// join), found by runs along x: each run joined looks at the nine rows
+// around it, one voxel beyond its ends, and joins the runs it meets there.
+// Joined voxels become 2 and the seed 3. Returns the number joined besides
+// the seed.
+int grow_mask(IPOINT3D seed, IPOINT3D d, uint8_t *m) {
+  struct Run {
+    int y, z, x0, x1;
+  };
+  auto row_of = [&](int y, int z) { return (size_t)d.x * ((size_t)y + (size_t)d.y * z); };
+  std::vector<Run> stack;
+  m[flat(seed, d)] = 3;
+  stack.push_back(Run{seed.y, seed.z, seed.x, seed.x});
+  int added = 0;
+  while (!stack.empty()) {
+    const Run r = stack.back();
+    stack.pop_back();
+    for (int z = std::max(r.z - 1, 0); z <= std::min(r.z + 1, d.z - 1); z++)
+      for (int y = std::max(r.y - 1, 0); y <= std::min(r.y + 1, d.y - 1); y++) {
+        uint8_t *row = m + row_of(y, z);
+        const int end = std::min(r.x1 + 1, d.x - 1);
+        for (int x = std::max(r.x0 - 1, 0); x <= end; x++) {
+          if (row[x] != 1) continue;
+          int a = x, b = x;
+          while (a > 0 && row[a - 1] == 1) a--;
+          while (b < d.x - 1 && row[b + 1] == 1) b++;
+          memset(row + a, 2, (size_t)(b - a + 1));
+          added += b - a + 1;
+          stack.push_back(Run{y, z, a, b});
+          x = b;
+        }
+      }
+  }
+  return added;
+}
+
+// The grown mask into the map: joined voxels weigh 1 in the region's
+// colour; the seed weighs 1 and keeps the cleared colour; the rest is cleared.
+void mask_to_map(const uint8_t *m, int n3d) {
+  float *w = overlay_map.weight;
+  int16_t *color = overlay_map.color;
+  const int16_t root_color = ovl_root.color;
+  const i32x4 one = {0x3f800000, 0x3f800000, 0x3f800000, 0x3f800000};  // the bits of 1.0f
+  int i = 0;
+  for (; i + 8 <= n3d; i += 8) {
+    const i16x8 v = __builtin_convertvector(load<u8x8>(m + i), i16x8);
+    store(color + i, (v == 2) & root_color);
+    const i32x4 low = __builtin_convertvector(load<u8x4>(m + i), i32x4);
+    const i32x4 high = __builtin_convertvector(load<u8x4>(m + i + 4), i32x4);
+    store(w + i, (low >= 2) & one);
+    store(w + i + 4, (high >= 2) & one);
+  }
+  for (; i < n3d; i++) {
+    w[i] = m[i] >= 2 ? 1.0f : 0.0f;
+    color[i] = m[i] == 2 ? root_color : (int16_t)0;
   }
 }
 
@@ -84,19 +202,31 @@ void box_pass(int16_t *out, const int16_t *in, IPOINT3D d, int axis, int r, int 
 
 void overlay_scratch_reset(void) {
   std::vector<int16_t>().swap(scratch_binary);
-  std::vector<int16_t>().swap(scratch_a);
-  std::vector<int16_t>().swap(scratch_b);
+  std::vector<uint8_t>().swap(scratch_mask);
+  std::vector<uint8_t>().swap(scratch_a);
+  std::vector<uint8_t>().swap(scratch_b);
 }
 
 void update_root_overlay(int set_name, int update_text) {
   ovl_root.npts = 0;
   if (have_stack()) {
     const IPOINT3D d = shown_dim();
+    const float *weight = overlay_map.weight;
+    const f32x4 zero = {0.0f, 0.0f, 0.0f, 0.0f};
     int i = 0;
     for (int z = 0; z < d.z; z++)
       for (int y = 0; y < d.y; y++)
         for (int x = 0; x < d.x; x++, i++) {
-          const float w = overlay_map.weight[i];
+          // Four empty voxels at a time are passed over at once.
+          if (x + 4 <= d.x) {
+            const i32x4 set = load<f32x4>(weight + i) != zero;
+            if (!(set[0] | set[1] | set[2] | set[3])) {
+              x += 3;
+              i += 3;
+              continue;
+            }
+          }
+          const float w = weight[i];
           if (w == 0.0f) continue;
           ovl_root.voxel[ovl_root.npts] = IPOINT3D{x, y, z};
           ovl_root.weight[ovl_root.npts] = w;
@@ -155,45 +285,17 @@ int voxel_touches_activated_neighbor(IPOINT3D voxel) {
 int grow_region_from_seed(IPOINT3D seed, const int16_t *binary) {
   if (!have_stack()) return 0;
   const IPOINT3D d = shown_dim();
-  clear_map();
-  if (!inside(seed, d)) return 0;
-  // Every voxel that joins touches the region, so the cube walk ends with
-  // the 26-connected part of `binary` next to the seed. It is found here by
-  // runs along x: each run joined looks at the nine rows around it, one
-  // voxel beyond its ends, and joins the runs it meets there.
-  struct Run {
-    int y, z, x0, x1;
-  };
-  float *w = overlay_map.weight;
-  int16_t *color = overlay_map.color;
-  const int16_t root_color = ovl_root.color;
-  auto row_of = [&](int y, int z) { return (size_t)d.x * ((size_t)y + (size_t)d.y * z); };
-  std::vector<Run> stack;
-  w[flat(seed, d)] = 1.0f;
-  stack.push_back(Run{seed.y, seed.z, seed.x, seed.x});
-  int added = 0;
-  while (!stack.empty()) {
-    const Run r = stack.back();
-    stack.pop_back();
-    for (int z = std::max(r.z - 1, 0); z <= std::min(r.z + 1, d.z - 1); z++)
-      for (int y = std::max(r.y - 1, 0); y <= std::min(r.y + 1, d.y - 1); y++) {
-        const size_t row = row_of(y, z);
-        const int end = std::min(r.x1 + 1, d.x - 1);
-        for (int x = std::max(r.x0 - 1, 0); x <= end; x++) {
-          if (w[row + x] != 0.0f || !binary[row + x]) continue;
-          int a = x, b = x;
-          while (a > 0 && w[row + a - 1] == 0.0f && binary[row + a - 1]) a--;
-          while (b < d.x - 1 && w[row + b + 1] == 0.0f && binary[row + b + 1]) b++;
-          for (int k = a; k <= b; k++) {
-            w[row + k] = 1.0f;
-            color[row + k] = root_color;
-          }
-          added += b - a + 1;
-          stack.push_back(Run{y, z, a, b});
-          x = b;
-        }
-      }
+  if (!inside(seed, d)) {
+    clear_map();
+    return 0;
   }
+  // Every voxel that joins touches the region, so the cube walk ends with
+  // the 26-connected part of `binary` next to the seed.
+  const int n3d = mosaic.stack->n3d;
+  uint8_t *m = scratch(scratch_mask, (size_t)n3d);
+  mask_of_nonzero(binary, m, n3d);
+  const int added = grow_mask(seed, d, m);
+  mask_to_map(m, n3d);
   return added;
 }
 
@@ -208,8 +310,17 @@ int grow_activated_region(int distance) {
     fputs("Center voxel not activated; function canceled.\n", stdout);
     return -1;
   }
-  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
   const float *values = activation.data_type == 1 ? activation.fSpaceMatrix : nullptr;
+  if (values && distance <= 0) {
+    // No opening: the thresholded map is the mask to grow over.
+    uint8_t *m = scratch(scratch_mask, (size_t)n3d);
+    mask_above(values, sign, low, m, n3d);
+    grow_mask(mosaic.icross, d, m);
+    mask_to_map(m, n3d);
+    update_root_overlay(1, 1);
+    return ovl_root.npts;
+  }
+  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
   if (values) {
     for (int i = 0; i < n3d; i++) binary[i] = sign * values[i] > low;
   } else {
@@ -246,14 +357,18 @@ void erode_dilate_binary(int dilate, int nrel, int n3d, int16_t *binary) {
   if (d.x * d.y * d.z != n3d) return;
   // The box restricted to the stack is a product of three intervals, so
   // the OR (AND) over it is taken one axis at a time.
-  int16_t *a = scratch(scratch_a, (size_t)n3d), *b = scratch(scratch_b, (size_t)n3d);
-  box_pass(a, binary, d, 0, nrel, dilate);
+  uint8_t *a = scratch(scratch_a, (size_t)n3d), *b = scratch(scratch_b, (size_t)n3d);
+  mask_of_nonzero(binary, a, n3d);
+  box_pass(b, a, d, 0, nrel, dilate);
+  box_pass(a, b, d, 1, nrel, dilate);
+  const uint8_t *result = a;
   if (graph.ed_dimension == 3) {
-    box_pass(b, a, d, 1, nrel, dilate);
-    box_pass(binary, b, d, 2, nrel, dilate);
-  } else {
-    box_pass(binary, a, d, 1, nrel, dilate);
+    box_pass(b, a, d, 2, nrel, dilate);
+    result = b;
   }
+  int i = 0;
+  for (; i + 8 <= n3d; i += 8) store(binary + i, __builtin_convertvector(load<u8x8>(result + i), i16x8));
+  for (; i < n3d; i++) binary[i] = result[i];
 }
 
 void action_erode_dilate_overlay(int dilate) {
@@ -294,9 +409,10 @@ void action_cluster_overlay(void) {
   const IPOINT3D d = shown_dim();
   if (overlay_map.weight[flat(mosaic.icross, d)] == 0.0f) return;
   const int n3d = mosaic.stack->n3d;
-  int16_t *binary = scratch(scratch_binary, (size_t)n3d);
-  for (int i = 0; i < n3d; i++) binary[i] = overlay_map.weight[i] != 0.0f;
-  grow_region_from_seed(mosaic.icross, binary);
+  uint8_t *m = scratch(scratch_mask, (size_t)n3d);
+  mask_of_nonzero(overlay_map.weight, m, n3d);
+  grow_mask(mosaic.icross, d, m);
+  mask_to_map(m, n3d);
   update_root_overlay(1, 1);
 }
 

@@ -20,6 +20,9 @@ grep -q "^blob $work/demo/blob.ovl orange$" "$work/demo/regions.list" || {
   echo "FAIL region list"; cat "$work/demo/regions.list"; exit 1; }
 [ "$(grep -cE '^[0-9]+ [0-9]+ [0-9]+$' "$work/demo/blob.ovl")" -gt 10 ] || {
   echo "FAIL region file"; exit 1; }
+# Nothing but voxel lines: the region reader takes no comment or blank line.
+[ "$(grep -cvE '^[0-9]+ [0-9]+ [0-9]+$' "$work/demo/blob.ovl")" -eq 0 ] || {
+  echo "FAIL region file has other lines"; exit 1; }
 
 run=$work/demo/run1.nii
 map=$work/demo/activation.bfloat
@@ -48,6 +51,16 @@ printf 'time-model glm\nconditions 1\nruns:\n%s %s\n' "$run" "$work/demo/run1.gl
   cmp -s - "$work/demo/study.ctl" || { echo "FAIL control file"; cat "$work/demo/study.ctl"; exit 1; }
 [ "$(grep -v '^#' "$work/demo/run1.glm" | sed 's/ *#.*//' | tr -s '\n' ' ')" = "2 1 10 20 30 40 " ] || {
   echo "FAIL event file"; cat "$work/demo/run1.glm"; exit 1; }
+# As the demo starts it, with the region list: the list and its region are
+# read without a word, so the output is the one without the list.
+status=0
+env -u DISPLAY "$program" -v -g "$work/demo/study.ctl" -N -a "$map" -o "$work/demo/regions.list" \
+  >"$work/out_list" || status=$?
+[ "$status" -eq 1 ] || { echo "FAIL list exit status $status, expected 1"; cat "$work/out_list"; exit 1; }
+status=0
+env -u DISPLAY "$program" -v -g "$work/demo/study.ctl" -N -a "$map" >"$work/out_plain" || status=$?
+cmp -s "$work/out_list" "$work/out_plain" || {
+  echo "FAIL region list read:"; diff <(tr '\r' '\n' <"$work/out_plain") <(tr '\r' '\n' <"$work/out_list") | head; exit 1; }
 # Started with the model, the program opens the run the control file names
 # and nothing is refused on the way.
 status=0

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <cstring>
+#include <string>
 #include <random>
 #include <sstream>
 #include <vector>
@@ -133,6 +136,75 @@ TEST(EigenDecomposition, NonFiniteInputReturns) {
   Decomposition r = decompose(A);
   (void)r;  // reaching here is the point: no endless iteration
   SUCCEED();
+}
+
+// Two decompositions side by side give, bit for bit, what each gives alone:
+// on tensors of every shape, on pairs whose reductions branch apart, and on
+// matrices without a number or with infinities.
+void expect_pair_equals_singles(double A0[3][3], double A1[3][3], const char *what) {
+  double W0[3][3], W1[3][3], e0[3], e1[3];
+  double V0[3][3], V1[3][3], d0[3], d1[3];
+  eigen_decomposition(A0, W0, e0);
+  eigen_decomposition(A1, W1, e1);
+  eigen_decomposition_pair(A0, A1, V0, V1, d0, d1);
+  EXPECT_EQ(memcmp(V0, W0, sizeof V0), 0) << what;
+  EXPECT_EQ(memcmp(V1, W1, sizeof V1), 0) << what;
+  EXPECT_EQ(memcmp(d0, e0, sizeof d0), 0) << what;
+  EXPECT_EQ(memcmp(d1, e1, sizeof d1), 0) << what;
+}
+
+TEST(EigenDecompositionPair, EachLaneEqualsItsOwnDecomposition) {
+  std::mt19937 rng(77);
+  std::normal_distribution<double> normal(0.0, 1.0);
+  std::uniform_int_distribution<int> kind(0, 9);
+  std::vector<std::array<double, 9>> matrices;
+  for (int n = 0; n < 40000; n++) {
+    double A[3][3];
+    const int k = kind(rng);
+    for (int i = 0; i < 3; i++)
+      for (int j = i; j < 3; j++) {
+        double v = normal(rng);
+        if (k < 5) v = (i == j ? 1e-3 : 0.0) + 3e-4 * v;  // diffusion tensors
+        else if (k == 5 && i != j) v = 0.0;                // diagonal
+        else if (k == 6 && i != j && j == 2) v = 0.0;      // already reduced
+        else if (k == 7) v = std::round(v);                // repeated values
+        else if (k == 9 && i != j && j == 2) v *= 1e-20;   // nearly split: a lane's QL starts lower
+        A[i][j] = A[j][i] = v;
+      }
+    if (k == 8) A[0][0] = A[1][1];  // a cylinder-like pair
+    std::array<double, 9> a;
+    memcpy(a.data(), A, sizeof A);
+    matrices.push_back(a);
+  }
+  for (double special : {0.0, (double)NAN, (double)INFINITY, -(double)INFINITY, 1e-300, 1e300}) {
+    std::array<double, 9> a{};
+    a[0] = a[4] = a[8] = 1.0;
+    a[1] = a[3] = special;
+    matrices.push_back(a);
+    matrices.push_back(std::array<double, 9>{special, 0, 0, 0, special, 0, 0, 0, special});
+  }
+  for (size_t n = 0; n + 1 < matrices.size(); n++) {
+    double A0[3][3], A1[3][3];
+    memcpy(A0, matrices[n].data(), sizeof A0);
+    memcpy(A1, matrices[n + 1].data(), sizeof A1);
+    expect_pair_equals_singles(A0, A1, ("pair " + std::to_string(n)).c_str());
+    if (HasFailure()) break;
+  }
+  // Four at a time, from every starting place.
+  for (size_t n = 0; n + 3 < matrices.size(); n++) {
+    double A[4][3][3], V[4][3][3], d[4][3], W[3][3], e[3];
+    double (*a[4])[3], (*v[4])[3], *dd[4];
+    for (int k = 0; k < 4; k++) {
+      memcpy(A[k], matrices[n + k].data(), sizeof A[k]);
+      a[k] = A[k], v[k] = V[k], dd[k] = d[k];
+    }
+    eigen_decomposition_four(a, v, dd);
+    for (int k = 0; k < 4; k++) {
+      eigen_decomposition(A[k], W, e);
+      ASSERT_EQ(memcmp(V[k], W, sizeof W), 0) << "four from " << n << " lane " << k;
+      ASSERT_EQ(memcmp(d[k], e, sizeof e), 0) << "four from " << n << " lane " << k;
+    }
+  }
 }
 
 }  // namespace

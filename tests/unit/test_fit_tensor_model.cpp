@@ -99,6 +99,30 @@ TEST(CurveMath, LogarithmIsTheLibraryValueRoundedOnce) {
   EXPECT_EQ(out[2], 0.0f);
 }
 
+TEST(CurveMath, WholeNumbersAndTheirNeighboursGiveTheLibraryValue) {
+  // Every whole number a 16-bit scanner stores, the floats on either side of
+  // each, and the first ones past the range.
+  std::vector<float> x;
+  for (int i = 0; i < 65536; i++) {
+    const float v = (float)i;
+    x.push_back(v);
+    x.push_back(std::nextafter(v, 0.0f));
+    x.push_back(std::nextafter(v, 1e9f));
+  }
+  for (float v : {65536.0f, 65537.0f, 1e6f, -0.0f, -1.0f, 0.5f, 1.5f, 65535.5f}) x.push_back(v);
+  std::vector<float> y(x.size());
+  fit_log_values((int)x.size(), x.data(), y.data());
+  for (size_t i = 0; i < x.size(); i++) {
+    const float want = (float)std::log((double)x[i]);
+    if (std::isnan(want)) {
+      ASSERT_TRUE(std::isnan(y[i])) << x[i];
+    } else {
+      ASSERT_EQ(memcmp(&y[i], &want, sizeof want), 0) << x[i] << " " << y[i] << " " << want;
+    }
+  }
+  EXPECT_TRUE(std::isinf(y[0]) && y[0] < 0.0f);  // log 0
+}
+
 TEST(CurveMath, ExponentialIsTheLibraryValueRoundedOnce) {
   std::vector<float> x;
   std::mt19937 rng(8);
