@@ -30,5 +30,7 @@
 #include "zor_align.h"
 #include "zor_fit.h"
 #include "zor_picture.h"
+#include "zor_volume_source.h"
+#include "zor_maps.h"
 
 #endif
