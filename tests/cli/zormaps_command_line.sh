@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# The batch program's command line: help, refused arguments with their
+# message and status 1, and the progress line on a terminal (through
+# script's pseudo-terminal) but not in a pipe.
+set -eu
+build=${ZOR_BINARY_DIR:?}
+zormaps="$build/zormaps"
+root=${ZOR_SOURCE_DIR:-$(cd "$(dirname "$0")/../.." && pwd)}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() { echo "FAIL $*"; exit 1; }
+
+"$zormaps" --help >"$work/help" || fail "--help status $?"
+for word in "Usage: zormaps CONTROL_FILE" "--mask FILE" "--threads N" "sigma2.nii" "chi2_dof.nii" "BP-C.nii" \
+            "average.nii" "restricted maximum likelihood" ".nii.gz"; do
+  grep -qF -- "$word" "$work/help" || fail "help lacks '$word'"
+done
+
+expect_refusal() {
+  local message=$1; shift
+  local status=0
+  "$zormaps" "$@" >"$work/out" 2>&1 || status=$?
+  [ "$status" -eq 1 ] || fail "'$*' gave status $status"
+  grep -qxF -- "$message" "$work/out" || { cat "$work/out"; fail "'$*' lacks '$message'"; }
+}
+expect_refusal "Error: no control file given"
+expect_refusal "Error: unknown option --fast" study.ctl --fast
+expect_refusal "Error: --threads needs a number from 1 to 1024" study.ctl --threads 0
+expect_refusal "Error: --threads needs a number from 1 to 1024" study.ctl --threads 2x
+expect_refusal "Error: --mask needs a file name" study.ctl --mask
+expect_refusal "Error: more than one control file: b.ctl" a.ctl b.ctl
+expect_refusal "Error: cannot open file $work/none.ctl containing the time model" "$work/none.ctl"
+
+# The demo study, on a terminal and in a pipe.
+/usr/bin/python3 "$root/examples/make_demo.py" "$work/demo" >/dev/null
+cd "$work"
+script -qec "$zormaps demo/study.ctl" /dev/null >"$work/terminal" || fail "terminal run status $?"
+grep -q $'\rfitting the linear model: 100 %' "$work/terminal" || { cat -A "$work/terminal"; fail "no progress line"; }
+"$zormaps" demo/study.ctl | cat >"$work/pipe"
+if grep -q 'fitting the linear model' "$work/pipe"; then fail "progress line in a pipe"; fi
+grep -qx 'wrote P-1.nii' "$work/pipe" || fail "no map written"
+"$zormaps" demo/study.ctl --progress >"$work/forced"
+grep -q $'\rfitting the linear model: 100 %' "$work/forced" || fail "--progress shows no line"
+echo "command line as documented"
