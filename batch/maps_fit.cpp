@@ -25,6 +25,7 @@ int maps_fit(const maps_options *options, std::vector<map_output> *outputs, maps
 
   const int nvoxels = (int)study->voxels.size();
   const int nthreads = maps_thread_count(options);
+  study->nthreads = nthreads;
   const int block = 16384;
   std::vector<float> series((size_t)block * nt), chi2_dof(block), values((size_t)block * (nout > 0 ? nout : 1));
   std::vector<int> result(block);

@@ -52,12 +52,15 @@ int maps_glm(const maps_options *options, std::vector<map_output> *outputs, maps
 
   const int nvoxels = (int)study->voxels.size();
   const int nthreads = maps_thread_count(options);
+  study->nthreads = nthreads;
   const int block = 8192;
   std::vector<float> series((size_t)block * nt), sigma2(block), stats((size_t)block * (nconditions > 0 ? nconditions : 1) * 6),
       mean(block), fit(nt), column(block);
   const int noise = GLM_input.noise_model;
   const int resels = study->n3d;
   bool weighted = false;
+  const bool filtered =
+      GLM_input.freq_low_pre != 0.0f || GLM_input.freq_high_pre != 0.0f || GLM_input.phase_shift != 0.0f;
   for (int first = 0; first < nvoxels; first += block) {
     const int count = nvoxels - first < block ? nvoxels - first : block;
     maps_copy_series(study, first, count, series.data());
@@ -72,7 +75,9 @@ int maps_glm(const maps_options *options, std::vector<map_output> *outputs, maps
       // Unweighted: the weights of every voxel are the same ones, set once.
       if (!weighted) GLM_Update_Weights(nt, series.data());
       weighted = true;
-      for (int i = 0; i < count; i++) GLM_PreFilter(0, nt, &series[(size_t)i * nt]);
+      // The pre-fit filter changes nothing without a band or phase shift.
+      if (filtered)
+        for (int i = 0; i < count; i++) GLM_PreFilter(0, nt, &series[(size_t)i * nt]);
       if (GLM_fit_voxels(count, nt, series.data(), resels, nthreads, sigma2.data(), stats.data())) return 1;
     } else {
       // Weights that follow each voxel's own data: one fit after another.

@@ -71,6 +71,7 @@ int maps_rem(const maps_options *options, std::vector<map_output> *outputs, maps
   const int nvoxels = (int)study->voxels.size();
   const int nt = study->ntime;
   const int nthreads = maps_thread_count(options);
+  study->nthreads = nthreads;
   const int block = 4096;
   std::vector<float> series((size_t)block * nt), tau(block), within(block), share(block);
   std::vector<float> cnr_v(block * (size_t)(nconditions > 0 ? nconditions : 1)), p_v(cnr_v.size()),

@@ -44,6 +44,7 @@ int maps_srtm(const maps_options *options, std::vector<map_output> *outputs, map
 
   const int nvoxels = (int)study->voxels.size();
   const int nthreads = maps_thread_count(options);
+  study->nthreads = nthreads;
   const int block = 4096;
   std::vector<float> series((size_t)block * nt), column(block);
   std::vector<double> beta((size_t)block * (nc > 0 ? nc : 1)), sigma2(block), dof(block),

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "zor_maps.h"
 #include "zor_srtm.h"
@@ -142,14 +143,44 @@ void maps_release_study(maps_study *study) {
   memset(&study->stack, 0, sizeof study->stack);
 }
 
-void maps_copy_series(const maps_study *study, int first, int count, float *series) {
+namespace {
+
+void copy_tiles(const maps_study *study, int first, int begin, int end, float *series) {
+  const int count = end;
   const int nt = study->ntime;
   float **volume = study->stack.Volume;
-  for (int i = 0; i < count; i++) {
-    const int v = study->voxels[first + i];
-    float *out = series + (size_t)i * nt;
-    for (int t = 0; t < nt; t++) out[t] = volume[t][v];
+  const int *voxels = study->voxels.data() + first;
+  // In tiles of 32 voxels: each volume is read 32 values at a time and the
+  // tile's 32 series stay in cache while they are filled.
+  const int tile = 32;
+  for (int i0 = begin; i0 < count; i0 += tile) {
+    const int n = count - i0 < tile ? count - i0 : tile;
+    const bool contiguous = voxels[i0 + n - 1] - voxels[i0] == n - 1;
+    float *out = series + (size_t)i0 * nt;
+    for (int t = 0; t < nt; t++) {
+      const float *in = volume[t];
+      if (contiguous) {
+        const float *row = in + voxels[i0];
+        for (int i = 0; i < n; i++) out[(size_t)i * nt + t] = row[i];
+      } else {
+        for (int i = 0; i < n; i++) out[(size_t)i * nt + t] = in[voxels[i0 + i]];
+      }
+    }
   }
+}
+
+}  // namespace
+
+void maps_copy_series(const maps_study *study, int first, int count, float *series) {
+  // Two halves side by side, each a whole number of tiles.
+  const int half = count / 64 * 32;
+  if (half == 0 || study->nthreads < 2) {
+    copy_tiles(study, first, 0, count, series);
+    return;
+  }
+  std::thread other(copy_tiles, study, first, half, count, series);
+  copy_tiles(study, first, 0, half, series);
+  other.join();
 }
 
 int maps_add_output(std::vector<map_output> *outputs, const maps_study *study, const std::string &name, int nt,

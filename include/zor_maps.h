@@ -84,6 +84,7 @@ struct maps_study {
   std::vector<int> file_nt;  // volumes of each file, in order
   std::vector<int> voxels;   // the voxels to fit, in increasing order
   nifti_geometry geometry{};
+  int nthreads = 1;          // threads that copy series
 };
 
 // Loads the listed files into one stack as the viewer loads its images and
