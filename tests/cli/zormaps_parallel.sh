@@ -46,4 +46,14 @@ for s in sub1 sub2 sub3; do
   done
 done
 if cmp -s sub1/P-1.nii sub2/P-1.nii; then echo "FAIL two subjects gave the same map"; exit 1; fi
-echo "three subjects mapped in parallel"
+# The subjects' S maps (effect and error, with their degrees of freedom)
+# are the group model's files as they stand.
+printf 'time-model rem\nconditions 1\nevent 1\nsub1/S-1.nii\nsub2/S-1.nii\nsub3/S-1.nii\n' >group.ctl
+"$zormaps" group.ctl >group.log || { cat group.log; echo "FAIL group batch"; exit 1; }
+# 30 time points less 4 coefficients: 26 per subject.
+grep -q '^Degrees of freedom: fixed = 78, random = 2, smoothed = 78$' group.log || {
+  cat group.log; echo "FAIL group degrees of freedom"; exit 1; }
+for m in sigma2.nii P-1.nii T-1.nii S-1.nii; do
+  [ -s "$m" ] || { echo "FAIL group map $m"; exit 1; }
+done
+echo "three subjects mapped in parallel, then as a group"
