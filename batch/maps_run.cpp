@@ -64,12 +64,13 @@ int run_in_folder(const maps_options *options, int model) {
     maps_release_study(&study);
     return 1;
   }
-  if (!nifti)
-    puts("Note: the control file asks for the native output format; the maps are written as NIfTI-1 (.nii),"
-         " which the viewer opens with 'output-format nifti'.");
+  // The names and format the views open: NIfTI-1 unless the control file
+  // asks for the native format.
   for (const map_output &m : outputs) {
-    const std::string file = m.name + ".nii";
-    if (write_nifti_volumes(file.c_str(), &study.geometry, m.nt, m.values.data(), m.lDOF)) {
+    const std::string file = m.name + (nifti ? ".nii" : ".bfloat");
+    const int failed = nifti ? write_nifti_volumes(file.c_str(), &study.geometry, m.nt, m.values.data(), m.lDOF)
+                             : write_native_volumes(file.c_str(), &study.first_header, m.nt, m.values.data(), m.lDOF);
+    if (failed) {
       maps_release_study(&study);
       return 1;
     }

@@ -102,6 +102,7 @@ int maps_load_study(const std::vector<std::string> &files, int ntime_expected, c
   study->ntime = study->stack.nt;
   study->voxels.resize(study->n3d);
   for (int v = 0; v < study->n3d; v++) study->voxels[v] = v;
+  if (read_volume_header(0, files[0].c_str(), &study->first_header)) return 1;
   return nifti_geometry_from_file(files[0].c_str(), &study->geometry);
 }
 

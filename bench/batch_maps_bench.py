@@ -58,8 +58,8 @@ def timed(fn):
     return time.perf_counter() - w0, self_cpu() - c0, result
 
 
-def report(name, ours, theirs, peer, goal):
-    print("%-5s %-28s wall %8.2f s   cpu %8.2f s" % (name, "zormaps", ours[0], ours[1]))
+def report(name, ours, theirs, peer, goal, label="zormaps"):
+    print("%-5s %-28s wall %8.2f s   cpu %8.2f s" % (name, label, ours[0], ours[1]))
     print("%-5s %-28s wall %8.2f s   cpu %8.2f s" % (name, peer, theirs[0], theirs[1]))
     print("%-5s speed-up: wall %.2f, cpu %.2f (goal >= %g)" % (name, theirs[0] / ours[0], theirs[1] / ours[1], goal))
 
@@ -236,7 +236,7 @@ def bench_gz(build, work):
         assert data.shape == GZ_SHAPE
     theirs = timed(nibabel_read)[:2]
     print("gz    file %s, %.1f MB compressed" % (os.path.basename(path), os.path.getsize(path) / 1e6))
-    report("gz", ours, theirs, "nibabel float32", 1.5)
+    report("gz", ours, theirs, "nibabel float32", 1.5, label="volume loader")
 
 
 def main():

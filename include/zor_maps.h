@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "zor_header.h"
 #include "zor_stack.h"
 #include "zor_types.h"
 
@@ -35,6 +36,12 @@ int nifti_geometry_from_file(const char *file_name, nifti_geometry *geometry);
 // readers take it from. Returns 0, or 1 after a message.
 int write_nifti_volumes(const char *file_name, const nifti_geometry *geometry, int nt, const float *volumes,
                         int lDOF);
+
+// The same in the native format, for control files that ask for it
+// ("output-format zor"): FILE.bfloat and its keyword header FILE.hdr, with
+// the voxel sizes, origin and axis directions of `geometry` (the format
+// has no rotation). Returns 0, or 1 after a message.
+int write_native_volumes(const char *file_name, const XD_HEADER *geometry, int nt, const float *volumes, int lDOF);
 
 // ---- Between-file variance of the group model ----------------------------
 
@@ -84,6 +91,7 @@ struct maps_study {
   std::vector<int> file_nt;  // volumes of each file, in order
   std::vector<int> voxels;   // the voxels to fit, in increasing order
   nifti_geometry geometry{};
+  XD_HEADER first_header{};  // the first file's header, for native maps
   int nthreads = 1;          // threads that copy series
 };
 

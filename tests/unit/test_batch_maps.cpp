@@ -314,3 +314,42 @@ TEST(BatchMaps, TheViewerOpensTheMapsWithTheSameControlFile) {
   EXPECT_STREQ(image_files.file_name, "average.nii");
   zorview_startup_reset();
 }
+
+TEST(BatchMaps, ANativeOutputFormatGivesNativeMapsOfTheSameValues) {
+  Study s = write_study();
+  maps_options o;
+  o.progress = 0;
+  o.control = s.control;
+  const std::string nifti = make_temp_dir(), native = make_temp_dir();
+  in_folder(nifti, [&] { ASSERT_EQ(run_batch(o), 0); });
+  o.control = write_text_file(s.dir, "native.ctl",
+                              "time-model glm\noutput-format zor\nconditions 1\nruns:\n" + s.dir + "/run1.nii " +
+                                  s.dir + "/run1.glm\n");
+  in_folder(native, [&] { ASSERT_EQ(run_batch(o), 0); });
+  EXPECT_EQ(files_in(native), (std::set<std::string>{"average.bfloat", "average.hdr", "P-1.bfloat", "P-1.hdr",
+                                                     "T-1.bfloat", "T-1.hdr", "S-1.bfloat", "S-1.hdr"}));
+  for (const char *stem : {"average", "P-1", "T-1", "S-1"}) {
+    const std::string a = read_all(nifti + "/" + stem + ".nii"), b = read_all(native + "/" + stem + ".bfloat");
+    ASSERT_GT(a.size(), b.size());
+    EXPECT_EQ(a.substr(a.size() - b.size()), b) << stem;  // the same floats after the NIfTI header
+    XD_HEADER h;
+    ASSERT_EQ(read_volume_header(0, (native + "/" + stem + ".bfloat").c_str(), &h), 0);
+    EXPECT_EQ(h.dim.x, DIM.x);
+    EXPECT_EQ(h.nt, std::string(stem) == "S-1" ? 2 : 1);
+    EXPECT_FLOAT_EQ(h.resolution.x, 2.0f);
+    EXPECT_FLOAT_EQ(h.origin.z, 6.5f);
+    EXPECT_EQ(h.lDOF, std::string(stem) == "average" ? 0 : NT - 4);
+  }
+  // The viewer with that control file opens the native names.
+  std::vector<std::string> args = {"zorview", "-g", o.control, "-T"};
+  std::vector<char *> argv;
+  for (auto &a : args) argv.push_back(a.data());
+  in_folder(native, [&] {
+    zorview_startup_reset();
+    Captured c = capture_until_windows([&] { zorview_main((int)argv.size(), argv.data()); });
+    EXPECT_EQ(c.exit_status, -1) << c.out;
+  });
+  EXPECT_STREQ(activation_files.file_name, "P-1.bfloat");
+  EXPECT_EQ(activation_stack.nt, 2);
+  zorview_startup_reset();
+}
