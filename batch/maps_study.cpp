@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
+#include "zor_exit.h"
 #include "zor_maps.h"
 #include "zor_srtm.h"
 #include "zor_stack.h"
@@ -50,6 +52,84 @@ bool name_fits(const std::string &name) {
   return false;
 }
 
+
+// While a load runs with its output held back: where standard output went,
+// the file that holds it meanwhile, and the exit hook that was in place.
+struct HeldOutput {
+  int saved_fd = -1;
+  FILE *held = nullptr;
+  zor_exit_hook previous = nullptr;
+};
+HeldOutput held_output;
+
+// The loader's progress pieces ("\rNAME: NN %", with the line end of the
+// last one) taken out of what it printed; everything else stays.
+std::string without_progress(const std::string &text) {
+  std::string out;
+  size_t i = 0;
+  while (i < text.size()) {
+    if (text[i] == '\r') {
+      size_t j = text.find_first_of("\r\n", i + 1);
+      if (j == std::string::npos) j = text.size();
+      const std::string piece = text.substr(i + 1, j - i - 1);
+      if (piece.size() >= 2 && piece.compare(piece.size() - 2, 2, " %") == 0) {
+        i = j < text.size() && text[j] == '\n' ? j + 1 : j;
+        continue;
+      }
+    }
+    out += text[i++];
+  }
+  return out;
+}
+
+// Puts standard output back and prints what was held, less the progress.
+void release_output() {
+  if (!held_output.held) return;
+  fflush(stdout);
+  dup2(held_output.saved_fd, STDOUT_FILENO);
+  close(held_output.saved_fd);
+  std::string text;
+  rewind(held_output.held);
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, held_output.held)) > 0) text.append(buffer, n);
+  fclose(held_output.held);
+  held_output.held = nullptr;
+  zor_set_exit_hook(held_output.previous);
+  fputs(without_progress(text).c_str(), stdout);
+  fflush(stdout);
+}
+
+// A load that ends the run still shows its messages.
+[[noreturn]] void release_and_exit(int status) {
+  zor_exit_hook previous = held_output.previous;
+  release_output();
+  if (previous) previous(status);
+  exit(status);
+}
+
+// Runs `load` with the loader's progress lines left out of the output
+// when the batch shows no progress of its own (not on a terminal).
+template <typename F>
+int load_quietly(F load) {
+  if (progress_on < 0) progress_on = isatty(STDOUT_FILENO) ? 1 : 0;
+  if (progress_on) return load();
+  fflush(stdout);
+  FILE *held = tmpfile();
+  const int saved = held ? dup(STDOUT_FILENO) : -1;
+  if (!held || saved < 0 || dup2(fileno(held), STDOUT_FILENO) < 0) {
+    if (held) fclose(held);
+    if (saved >= 0) close(saved);
+    return load();
+  }
+  held_output.saved_fd = saved;
+  held_output.held = held;
+  held_output.previous = zor_set_exit_hook(release_and_exit);
+  const int result = load();
+  release_output();
+  return result;
+}
+
 }  // namespace
 
 void maps_set_progress(int on) { progress_on = on; }
@@ -86,7 +166,7 @@ int maps_load_study(const std::vector<std::string> &files, int ntime_expected, c
   read_SpaceTime_data_reset();
   memset(&study->stack, 0, sizeof study->stack);
   int nfiles = 0;
-  if (read_SpaceTime_data(0, 1, &study->stack, list.nodes.data(), &nfiles)) return 1;
+  if (load_quietly([&] { return read_SpaceTime_data(0, 1, &study->stack, list.nodes.data(), &nfiles); })) return 1;
   study->file_nt.clear();
   for (const file_list &node : list.nodes) study->file_nt.push_back(node.nt);
   if (study->stack.data_type != DATA_MAGNITUDE) {
@@ -123,7 +203,7 @@ int maps_apply_mask(const std::string &mask, maps_study *study) {
     memset(&stack, 0, sizeof stack);
     int nfiles = 0;
     // The mask is loaded on its own: its dimensions were compared above.
-    if (read_SpaceTime_data(0, 0, &stack, list.nodes.data(), &nfiles)) return 1;
+    if (load_quietly([&] { return read_SpaceTime_data(0, 0, &stack, list.nodes.data(), &nfiles); })) return 1;
     for (int v = 0; v < study->n3d; v++) weight[v] = stack_data_4d(&stack, 0, v, 0);
     free_stack_data(stack.nt, &stack);
   } else {

@@ -40,6 +40,22 @@ grep -q $'\rfitting the linear model: 100 %' "$work/terminal" || { cat -A "$work
 "$zormaps" demo/study.ctl | cat >"$work/pipe"
 if grep -q 'fitting the linear model' "$work/pipe"; then fail "progress line in a pipe"; fi
 grep -qx 'wrote P-1.nii' "$work/pipe" || fail "no map written"
+if grep -q $'\r' "$work/pipe"; then fail "a carriage return in a pipe (loader progress)"; fi
+grep -qx 'voxels (32,32,8,20), res (3,3,5,2)' "$work/pipe" || fail "the loader's line is missing"
 "$zormaps" demo/study.ctl --progress >"$work/forced"
 grep -q $'\rfitting the linear model: 100 %' "$work/forced" || fail "--progress shows no line"
+# A run that ends inside the load (a data offset no file can have) still
+# shows what the load printed, and ends with status 1.
+/usr/bin/python3 - "$work/demo/run1.nii" "$work/far.nii" <<'PY'
+import struct, sys
+data = bytearray(open(sys.argv[1], "rb").read())
+data[108:112] = struct.pack("<f", 1e20)
+open(sys.argv[2], "wb").write(data)
+PY
+printf 'time-model glm\nconditions 1\nruns:\nfar.nii demo/run1.glm\n' >"$work/far.ctl"
+status=0
+"$zormaps" far.ctl >"$work/far.out" 2>"$work/far.err" || status=$?
+[ "$status" -eq 1 ] || fail "offset beyond any file: status $status"
+grep -qx 'voxels (32,32,8,20), res (3,3,5,2)' "$work/far.out" || { cat "$work/far.out"; fail "held output lost"; }
+grep -q 'is not a file position' "$work/far.err" || { cat "$work/far.err"; fail "no offset message"; }
 echo "command line as documented"
