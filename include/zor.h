@@ -33,5 +33,7 @@
 #include "zor_picture.h"
 #include "zor_wires.h"
 #include "zor_help.h"
+#include "zor_volume_source.h"
+#include "zor_maps.h"
 
 #endif

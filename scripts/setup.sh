@@ -5,12 +5,13 @@ set -euo pipefail
 
 packages=(
   build-essential g++ cmake pkg-config
-  libx11-dev libfftw3-dev libnifti2-dev libpng-dev
+  libx11-dev libfftw3-dev libnifti2-dev libpng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xdotool x11-apps x11-utils xfonts-base imagemagick
   python3 python3-numpy python3-scipy python3-nibabel python3-dipy python3-statsmodels python3-pil
   libopenblas0-pthread
   clang libclang-rt-14-dev
+  parallel
 )
 
 missing=()

@@ -10,6 +10,7 @@
 #include "zor_alloc.h"
 #include "zor_header.h"
 #include "zor_text.h"
+#include "zor_volume_source.h"
 
 namespace {
 
@@ -152,14 +153,15 @@ int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
   }
   long n3d = (long)header.dim.x * header.dim.y * header.dim.z;
   std::vector<unsigned char> buffer((size_t)(n3d > 0 ? n3d : 1) * bytes);
-  FILE *fp = fopen(FileName, "rb");
-  if (!fp) {
+  // Compressed NIfTI-1 files are read through their decompression.
+  volume_source source;
+  if (volume_source_open(&source, FileName)) {
     printf("\nError: cannot open file %s.\n", FileName);
     return 1;
   }
-  if (fseek(fp, (long)header.voxel_offset, SEEK_SET) != 0) {
-    printf("Error stepping past header into data for file %s\n", FileName);
-    fclose(fp);
+  if (volume_source_skip_to(&source, (long long)header.voxel_offset)) {
+    if (!volume_source_report(&source)) printf("Error stepping past header into data for file %s\n", FileName);
+    volume_source_close(&source);
     return 1;
   }
   int step = header.nt / 10;
@@ -170,9 +172,9 @@ int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
       printf("\r%s: %d %c", FileName, percent, '%');
       fflush(stdout);
     }
-    if (fread(buffer.data(), bytes, n3d, fp) != (size_t)n3d) {
-      printf("Error reading time point %d for file %s\n", jt, FileName);
-      fclose(fp);
+    if (volume_source_read(&source, buffer.data(), (long long)bytes * n3d) != (long long)bytes * n3d) {
+      if (!volume_source_report(&source)) printf("Error reading time point %d for file %s\n", jt, FileName);
+      volume_source_close(&source);
       return 1;
     }
     if (swap && bytes == 2)
@@ -190,7 +192,9 @@ int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
     if (header.scale_slope != 0.0f)
       for (long v = 0; v < n3d; v++) out[v] = out[v] * header.scale_slope + header.scale_offset;
   }
-  fclose(fp);
+  const int damaged = volume_source_finish(&source);
+  volume_source_close(&source);
+  if (damaged) return 1;
   if (progress) {
     printf("\r%s: 100 %c\n", FileName, '%');
     fflush(stdout);

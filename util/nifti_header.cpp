@@ -9,7 +9,7 @@
 #include "zor_geometry.h"
 #include "zor_header.h"
 #include "zor_nifti_quaternion.h"
-#include "zor_regular_file.h"
+#include "zor_volume_source.h"
 
 namespace {
 
@@ -92,24 +92,26 @@ Nifti1Fields decode_fields(const unsigned char *bytes, bool swap) {
 
 // The first extension, when the extender announces one: only a code of 20
 // (degrees of freedom of a statistical map) is of interest. The values are
-// taken in the file's byte order as they stand. Returns 0 or 1.
-int read_extension(FILE *fp, XD_HEADER *header) {
-  unsigned char extender[4];
-  if (fread(extender, 1, 4, fp) != 4 || extender[0] == 0) return 0;
-  int32_t esize, ecode, dof;
-  if (fread(&esize, 4, 1, fp) != 1) {
+// taken in the file's byte order as they stand. `after` holds the `count`
+// bytes that follow the header. Returns 0 or 1.
+int read_extension(const unsigned char *after, long long count, XD_HEADER *header) {
+  if (count < 4 || after[0] == 0) return 0;
+  int32_t ecode, dof;
+  if (count < 8) {
     puts("Error: A NIFTI1 extension was indicated, but it is missing.");
     return 1;
   }
-  if (fread(&ecode, 4, 1, fp) != 1) {
+  if (count < 12) {
     puts("Error: A NIFTI1 extension was indicated, but the ecode is missing.");
     return 1;
   }
+  memcpy(&ecode, after + 8, 4);
   if (ecode == 20) {
-    if (fread(&dof, 4, 1, fp) != 1) {
+    if (count < 16) {
       puts("Error read degrees of freedom.");
       return 1;
     }
+    memcpy(&dof, after + 12, 4);
     header->lDOF = dof;
   }
   return 0;
@@ -177,20 +179,26 @@ int read_nifti_header(int Verbose, const char *file_name, XD_HEADER *header) {
     snprintf(name, sizeof name, "%s", file_name);
   }
 
-  FILE *fp = fopen_regular(name, "rb");
-  if (!fp) {
+  volume_source source;
+  if (volume_source_open(&source, name)) {
     printf("Error: cannot open Nifti file %s.\n", name);
     return 1;
   }
   unsigned char bytes[NIFTI1_HEADER_SIZE];
-  if (fread(bytes, 1, NIFTI1_HEADER_SIZE, fp) != NIFTI1_HEADER_SIZE) {
-    fclose(fp);
+  if (volume_source_read(&source, bytes, NIFTI1_HEADER_SIZE) != NIFTI1_HEADER_SIZE) {
+    // A compressed file says why its stream gave out; a plain one ends here.
+    if (volume_source_report(&source)) {
+      volume_source_close(&source);
+      return 1;
+    }
+    volume_source_close(&source);
     fprintf(stderr, "\nError reading header file %s\n", name);
     zor_exit(1);
   }
-  const int extension_failed = read_extension(fp, header);
-  fclose(fp);
-  if (extension_failed) return 1;
+  unsigned char after[16];
+  const long long count = volume_source_read(&source, after, sizeof after);
+  volume_source_close(&source);
+  if (read_extension(after, count, header)) return 1;
 
   // A header written on a machine of the other byte order shows a
   // dimension count outside 1 to 7. Its fields are corrected here, but the

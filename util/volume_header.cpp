@@ -8,6 +8,7 @@
 
 #include "zor_geometry.h"
 #include "zor_header.h"
+#include "zor_volume_source.h"
 
 namespace {
 
@@ -49,6 +50,8 @@ int read_header_by_extension(int Verbose, const char *file_name, XD_HEADER *head
   snprintf(name, sizeof name, "%s", file_name);
   int file_type = -1;
   if (get_extension(name, &file_type, 0)) return 1;
+  // A compressed NIfTI-1 file is a ".nii" read through its decompression.
+  if (is_gzip_nifti_name(name)) file_type = NIFTI_NII;
   if (file_type == NIFTI_NII || file_type == NIFTI_IMG) {
     header->file_type = file_type;
     if (file_type == NIFTI_IMG && Verbose)

@@ -19,6 +19,7 @@
 #include "zor_exit.h"
 #include "zor_regular_file.h"
 #include "zor_stack.h"
+#include "zor_volume_source.h"
 
 namespace {
 
@@ -361,13 +362,64 @@ bool read_mapped_magnitude(data_stack *stack, file_list *file_info, long offset,
   fflush(stdout);
   return true;
 }
+
+// Volumes of a compressed NIfTI-1 file, decompressed in order: each volume
+// is converted from its bytes exactly as from a plain file's. A stream that
+// ends early or is damaged is reported and gives 1.
+int read_compressed_file(data_stack *stack, file_list *file_info, long offset, Scaling scaling) {
+  const XD_HEADER &header = file_info->header;
+  const char *name = file_info->file_name;
+  volume_source source;
+  if (volume_source_open(&source, name)) {
+    printf("\nError: cannot open file %s.\n", name);
+    return 1;
+  }
+  if (volume_source_skip_to(&source, offset)) {
+    if (!volume_source_report(&source)) printf("Error reading the data from file %s\n", name);
+    volume_source_close(&source);
+    return 1;
+  }
+  const bool swap = machine_byte_order() != header.byte_order;
+  const int npts = stack->npts_volume;
+  const int bytes = storage_bytes(header.storage_type);
+  const long long volume_bytes = (long long)npts * bytes;
+  std::vector<float> values(stack->data_type != DATA_MAGNITUDE ? (size_t)npts : 0);
+  std::vector<unsigned char> stored((size_t)volume_bytes), scratch((size_t)volume_bytes);
+  const int nt = file_info->nt;
+  for (int jt = 0; jt < nt; jt++) {
+    show_progress(name, jt, nt);
+    const int it = file_info->start_image + jt;
+    float *target = stack->data_type == DATA_MAGNITUDE ? stack->Volume[it] : values.data();
+    if (bytes > 0) {
+      if (volume_source_read(&source, stored.data(), volume_bytes) != volume_bytes) {
+        if (!volume_source_report(&source)) printf("Error reading the data from file %s\n", name);
+        volume_source_close(&source);
+        return 1;
+      }
+      if (header.storage_type == UINT8 && header.data_type == DATA_VECTOR) {
+        for (int j = 0; j + 2 < npts; j += 3)
+          target[j / 3] = 65536.0f * stored[j] + 256.0f * stored[j + 1] + stored[j + 2];
+      } else {
+        convert_mapped_volume(stored.data(), header, swap, npts, scratch.data(), target, scaling);
+      }
+    }
+    place_volume(stack, header, it, target, scaling.on);
+  }
+  // The rest of the stream is read too, so that its check sum is verified.
+  const int damaged = volume_source_finish(&source);
+  volume_source_close(&source);
+  if (damaged) return 1;
+  printf("\r%s: 100 %c\n", name, '%');
+  fflush(stdout);
+  return 0;
+}
 }  // namespace
 
 int check_stack_file(const data_stack *stack, const file_list *node) {
   const XD_HEADER &h = node->header;
   if (h.file_type == FREESURFER) return check_freesurfer_series(stack, node);
   bool measured = false;
-  const long long size = file_size(node->file_name, &measured);
+  long long size = file_size(node->file_name, &measured);
   if (size < 0) {
     printf("\nError: cannot open file %s.\n", node->file_name);
     return 1;
@@ -376,6 +428,8 @@ int check_stack_file(const data_stack *stack, const file_list *node) {
   if (offset < 0) seek_failure(offset, node->file_name);
   const long long values = static_cast<long long>(stack->n3d) * values_per_voxel(stack->data_type);
   const long long need = offset + node->nt * values * storage_bytes(h.storage_type);
+  // A compressed file holds at most what its size can expand to.
+  if (measured && is_gzip_nifti_name(node->file_name)) size = gzip_expansion_limit(size);
   if (measured && size < need && storage_bytes(h.storage_type) > 0) {
     printf("Error reading the data from file %s\n", node->file_name);
     return 1;
@@ -387,6 +441,14 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
   const XD_HEADER &header = file_info->header;
   const char *name = file_info->file_name;
   const bool swap = machine_byte_order() != header.byte_order;
+  // Magnitude volumes of integers are scaled while they are converted.
+  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
+                        header.storage_type == BLONG ||
+                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
+  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
+                               header.scale_slope != 0.0f,
+                           header.scale_slope, header.scale_offset};
+  if (is_gzip_nifti_name(name)) return read_compressed_file(stack, file_info, data_offset(header, name), scaling);
   FILE *fp = fopen_regular(name, "rb");
   if (!fp) {
     printf("\nError: cannot open file %s.\n", name);
@@ -397,13 +459,6 @@ int read_vistrel_file(data_stack *stack, file_list *file_info) {
     fclose(fp);
     seek_failure(offset, name);
   }
-  // Magnitude volumes of integers are scaled while they are converted.
-  const bool integers = header.storage_type == BSHORT || header.storage_type == USHORT ||
-                        header.storage_type == BLONG ||
-                        (header.storage_type == UINT8 && header.data_type != DATA_VECTOR);
-  const Scaling scaling = {stack->data_type == DATA_MAGNITUDE && integers &&
-                               header.scale_slope != 0.0f,
-                           header.scale_slope, header.scale_offset};
   if (read_mapped_magnitude(stack, file_info, offset, scaling)) {
     fclose(fp);
     return 0;
