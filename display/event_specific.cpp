@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zor_exit.h"
+#include "zor_glm_actions.h"
 #include "zor_graph.h"
 #include "zor_profile_fit.h"
 #include "zor_time_model.h"
@@ -36,6 +37,7 @@ int graph_event_handler_specific(XEvent *event) {
     case 'R':
     case 'r': return 0;
     case 'i':
+      action_ignore_out_of_range();
       build_graph_display(1);
       return 0;
     case 'l': action_display_last_time_point(); return 0;

@@ -10,6 +10,7 @@
 #include "zor_colour.h"
 #include "zor_graph.h"
 #include "zor_event_trace.h"
+#include "zor_glm_actions.h"
 #include "zor_overlay_edit.h"
 #include "zor_x11.h"
 
@@ -216,8 +217,9 @@ static bool image_general_key(char key) {
     // Keys of the wire tools, help and p-value maps: claimed here, so that
     // they never reach the graph.
     case '?': case 'h': case 'H': case 'C': case 'D': case 'F':
-    case 'f': case 'M': case 'N': case 'R': case 'W': case 'P':
+    case 'f': case 'M': case 'N': case 'R': case 'W':
       return true;
+    case 'P': action_key_P(); return true;
     default: return false;
   }
 }
