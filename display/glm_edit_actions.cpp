@@ -154,10 +154,12 @@ const float glm_alpha_grid[GLM_NALPHA] = {0.2f, 0.4f, 0.6f, 0.8f, 1.0f, 2.0f, 3.
 int (*glm_action_prompt)(const char *prompt, const char *options, char *answer) = prompt_on_graph;
 
 int glm_maps_threads = 0;
+int glm_maps_resels = 0;
 
 void glm_actions_reset(void) {
   glm_action_prompt = prompt_on_graph;
   glm_maps_threads = 0;
+  glm_maps_resels = 0;
 }
 
 int action_define_square_function(int event_number) {

@@ -55,7 +55,7 @@ void read_series(const data_stack &stack, int index, float *out) {
 // each starting from what the last one left: the iterated weights of one
 // voxel are where the next begins.
 void maps_in_order(int first, int last, float **maps, bool filtered, bool percent) {
-  const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = image_stack.n3d;
+  const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = glm_maps_resels;
   std::vector<float> y((size_t)nt), fit((size_t)nt);
   for (int index = first; index < last; index++) {
     read_series(image_stack, index, y.data());
@@ -78,7 +78,7 @@ void maps_in_order(int first, int last, float **maps, bool filtered, bool percen
 // The same voxels fitted side by side: each fit only reads the model, so
 // the values are those of the fits one after another.
 int maps_side_by_side(int first, int last, float **maps, bool filtered, bool percent, int nthreads) {
-  const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = image_stack.n3d;
+  const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = glm_maps_resels;
   const int nvox = last - first, ncoeff = GLM.ncoeff;
   std::vector<float> series((size_t)nvox * nt), statistics((size_t)nvox * (nconditions > 0 ? nconditions : 1) * 6);
   std::vector<float> coefficients, baseline;
@@ -177,6 +177,7 @@ int action_compute_p_value(void) {
   if (nthreads < 1) nthreads = 1;
 
   const int n3d = a.n3d;
+  glm_maps_resels = n3d;
   for (int step = 0; step < PROGRESS_STEPS; step++) {
     const int first = (int)((long long)n3d * step / PROGRESS_STEPS);
     const int last = (int)((long long)n3d * (step + 1) / PROGRESS_STEPS);

@@ -36,6 +36,9 @@ void action_key_P(void);
 
 // Threads the maps may use; 0 (the default) takes one per processor.
 extern int glm_maps_threads;
+// The multiplier of the corrected p values of the last maps: the number of
+// voxels of a volume.
+extern int glm_maps_resels;
 
 // How the actions ask a question on the information line. Tests put a
 // scripted answerer here; it returns 0 for Escape, as get_X11_string does.
