@@ -306,6 +306,7 @@ void action_graph_button23_GLM_TimeSeriesModel(void) {
     printf("Error: the selection (%d to %d) lies outside the time course (0 to %d).\n", low, high,
            graph.npoints - 1);
     show_info("selection outside the data");
+    fflush(stdout);
     return;
   }
   if (!GLM_is_initialized()) {
@@ -319,7 +320,10 @@ void action_graph_button23_GLM_TimeSeriesModel(void) {
   } else {
     if (low == high) graph.ix_low_select = -1;  // a click deletes what lies there
     const int event_number = glm_model.event_number_active;
-    if (graph.ix_low_select >= 0 && !drawable_event(event_number)) return;
+    if (graph.ix_low_select >= 0 && !drawable_event(event_number)) {
+      fflush(stdout);
+      return;
+    }
     switch (glm_model.shape) {
       case GLM_DRAW_SQUARE: action_define_square_function(event_number); break;
       case GLM_DRAW_GAMMA: action_fit_gamma_or_sigmoid(event_number, SHAPE_GAMMA); break;
@@ -340,9 +344,11 @@ void action_graph_button23_GLM_TimeSeriesModel(void) {
     failed = GLM_create_all_conditions(conditions);
   else if (nevents >= 1)
     failed = GLM_create_all_single_conditions(conditions);
-  if (failed) return;
   int nconditions = 0;
-  if (GLM_define_conditions(1, conditions, &nconditions)) return;
+  if (failed || GLM_define_conditions(1, conditions, &nconditions)) {
+    fflush(stdout);
+    return;
+  }
   printf("%d conditions: %s\n", nconditions, conditions);
   if (glm_model.iCondition_value >= nconditions) glm_model.iCondition_value = 0;
 

@@ -224,7 +224,9 @@ void action_key_P(void) {
     graph.type = 1;
     initialize_graph();
   }
-  if (action_compute_p_value() != 0) return;
+  const int failed = action_compute_p_value();
+  fflush(stdout);
+  if (failed) return;
   rescale_activation();
   if (XWindow_image != 0) {
     update_XWindow_image(0);

@@ -263,7 +263,10 @@ int graph_event_handler_GLM_TimeSeriesModel(char key) {
       modify_graph_vector();
       graph.update_regions |= 5;
       return 1;
-    case 7: action_write_glm_files(); return 1;
+    case 7:
+      action_write_glm_files();
+      fflush(stdout);
+      return 1;
     default: return 0;
   }
 }
