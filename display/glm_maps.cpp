@@ -75,37 +75,102 @@ void maps_in_order(int first, int last, float **maps, bool filtered, bool percen
   }
 }
 
+// Runs body(first, last) over [first, last) cut into nthreads parts, each
+// on its own thread; the parts share nothing.
+template <typename F>
+void in_parts(int first, int last, int nthreads, F body) {
+  const int n = last - first;
+  int parts = nthreads < 1 ? 1 : nthreads;
+  if (parts > n) parts = n > 0 ? n : 1;
+  std::vector<std::thread> workers;
+  for (int p = 1; p < parts; p++)
+    workers.emplace_back(body, first + (int)((long long)n * p / parts), first + (int)((long long)n * (p + 1) / parts));
+  body(first, first + (int)((long long)n / parts));
+  for (std::thread &w : workers) w.join();
+}
+
+// The time courses of voxels first..last-1, one after another, read in
+// blocks of voxels so that each volume is read along its rows.
+void gather_series(int first, int last, int base, float *series) {
+  const data_stack &s = image_stack;
+  const int nt = s.nt;
+  if (s.data_type != DATA_MAGNITUDE || !s.Volume) {
+    for (int v = first; v < last; v++) read_series(s, v, series + (size_t)(v - base) * nt);
+    return;
+  }
+  constexpr int BLOCK = 16;
+  for (int b = first; b < last; b += BLOCK) {
+    const int e = b + BLOCK < last ? b + BLOCK : last;
+    for (int t = 0; t < nt; t++) {
+      const float *volume = s.Volume[t];
+      for (int v = b; v < e; v++) series[(size_t)(v - base) * nt + t] = volume[v];
+    }
+  }
+}
+
+// Buffers of the maps side by side, kept from one part of the volume to the next.
+struct SideBySide {
+  std::vector<float> series, statistics, coefficients, baseline;
+};
+
 // The same voxels fitted side by side: each fit only reads the model, so
 // the values are those of the fits one after another.
-int maps_side_by_side(int first, int last, float **maps, bool filtered, bool percent, int nthreads) {
+int maps_side_by_side(int first, int last, float **maps, bool filtered, bool percent, int nthreads,
+                      SideBySide &b) {
   const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = glm_maps_resels;
   const int nvox = last - first, ncoeff = GLM.ncoeff;
-  std::vector<float> series((size_t)nvox * nt), statistics((size_t)nvox * (nconditions > 0 ? nconditions : 1) * 6);
-  std::vector<float> coefficients, baseline;
-  for (int v = 0; v < nvox; v++) read_series(image_stack, first + v, &series[(size_t)v * nt]);
+  b.series.resize((size_t)nvox * nt);
+  b.statistics.resize((size_t)nvox * (nconditions > 0 ? nconditions : 1) * 6);
+  in_parts(first, last, nthreads, [&](int a, int e) { gather_series(a, e, first, b.series.data()); });
   if (percent) {
     // The baseline of the unfiltered curve, or of the filtered one when
     // there is no filter: the filter changes nothing then.
-    coefficients.resize((size_t)nvox * (ncoeff > 0 ? ncoeff : 1));
-    baseline.resize((size_t)nvox);
+    b.coefficients.resize((size_t)nvox * (ncoeff > 0 ? ncoeff : 1));
+    b.baseline.resize((size_t)nvox);
     if (filtered) {
-      if (GLM_fit_voxels_coefficients(nvox, nt, series.data(), resels, nthreads, nullptr, nullptr,
-                                      coefficients.data()))
+      if (GLM_fit_voxels_coefficients(nvox, nt, b.series.data(), resels, nthreads, nullptr, nullptr,
+                                      b.coefficients.data()))
         return 1;
-      for (int v = 0; v < nvox; v++) baseline[v] = GLM_compute_baseline_of(&coefficients[(size_t)v * ncoeff]);
+      for (int v = 0; v < nvox; v++) b.baseline[v] = GLM_compute_baseline_of(&b.coefficients[(size_t)v * ncoeff]);
     }
   }
-  for (int v = 0; v < nvox; v++) GLM_PreFilter(0, nt, &series[(size_t)v * nt]);
-  if (GLM_fit_voxels_coefficients(nvox, nt, series.data(), resels, nthreads, nullptr, statistics.data(),
-                                  percent && !filtered ? coefficients.data() : nullptr))
+  for (int v = 0; v < nvox; v++) GLM_PreFilter(0, nt, &b.series[(size_t)v * nt]);
+  if (GLM_fit_voxels_coefficients(nvox, nt, b.series.data(), resels, nthreads, nullptr, b.statistics.data(),
+                                  percent && !filtered ? b.coefficients.data() : nullptr))
     return 1;
-  for (int v = 0; v < nvox; v++) {
-    if (percent && !filtered) baseline[v] = GLM_compute_baseline_of(&coefficients[(size_t)v * ncoeff]);
-    for (int k = 0; k < nconditions; k++) {
-      const float *s = &statistics[((size_t)v * nconditions + k) * 6];
-      store_maps(maps, k, first + v, s[2], s[1], s[4], percent, percent ? baseline[v] : 0.0f);
+  in_parts(first, last, nthreads, [&](int a, int e) {
+    for (int index = a; index < e; index++) {
+      const int v = index - first;
+      if (percent && !filtered) b.baseline[v] = GLM_compute_baseline_of(&b.coefficients[(size_t)v * ncoeff]);
+      for (int k = 0; k < nconditions; k++) {
+        const float *st = &b.statistics[((size_t)v * nconditions + k) * 6];
+        store_maps(maps, k, index, st[2], st[1], st[4], percent, percent ? b.baseline[v] : 0.0f);
+      }
     }
-  }
+  });
+  return 0;
+}
+
+// The same read from the volumes where they lie, when no filter changes
+// the data: the unfiltered fit then gives the baseline too.
+int maps_in_place(int first, int last, float **maps, bool percent, int nthreads, SideBySide &b) {
+  const int nt = image_stack.nt, nconditions = GLM_get_nconditions(), resels = glm_maps_resels;
+  const int nvox = last - first, ncoeff = GLM.ncoeff;
+  b.statistics.resize((size_t)nvox * (nconditions > 0 ? nconditions : 1) * 6);
+  if (percent) b.coefficients.resize((size_t)nvox * (ncoeff > 0 ? ncoeff : 1));
+  if (GLM_fit_volume_voxels(first, nvox, nt, image_stack.Volume, resels, nthreads, nullptr, b.statistics.data(),
+                            percent ? b.coefficients.data() : nullptr))
+    return 1;
+  in_parts(first, last, nthreads, [&](int a, int e) {
+    for (int index = a; index < e; index++) {
+      const int v = index - first;
+      const float baseline = percent ? GLM_compute_baseline_of(&b.coefficients[(size_t)v * ncoeff]) : 0.0f;
+      for (int k = 0; k < nconditions; k++) {
+        const float *st = &b.statistics[((size_t)v * nconditions + k) * 6];
+        store_maps(maps, k, index, st[2], st[1], st[4], percent, baseline);
+      }
+    }
+  });
   return 0;
 }
 
@@ -178,6 +243,11 @@ int action_compute_p_value(void) {
 
   const int n3d = a.n3d;
   glm_maps_resels = n3d;
+  SideBySide buffers;
+  // Without a filter to apply, the fits read the volumes where they lie.
+  const bool unfiltered = GLM_input.freq_low_pre == 0.0f && GLM_input.freq_high_pre == 0.0f &&
+                          GLM_input.phase_shift == 0.0f && GLM.AR_order == 0;
+  const bool in_place = !chained && unfiltered && image_stack.data_type == DATA_MAGNITUDE && image_stack.Volume;
   for (int step = 0; step < PROGRESS_STEPS; step++) {
     const int first = (int)((long long)n3d * step / PROGRESS_STEPS);
     const int last = (int)((long long)n3d * (step + 1) / PROGRESS_STEPS);
@@ -185,7 +255,10 @@ int action_compute_p_value(void) {
     if (first >= last) continue;
     if (chained)
       maps_in_order(first, last, a.Volume, filtered, percent);
-    else if (maps_side_by_side(first, last, a.Volume, filtered, percent, nthreads))
+    else if (in_place) {
+      if (maps_in_place(first, last, a.Volume, percent, nthreads, buffers)) return 1;
+    }
+    else if (maps_side_by_side(first, last, a.Volume, filtered, percent, nthreads, buffers))
       return 1;
   }
 

@@ -208,6 +208,13 @@ int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int 
 // as well (when coefficients is not null).
 int GLM_fit_voxels_coefficients(int nvoxels, int ntime, const float *series, int resels, int nthreads,
                                 float *sigma2, float *statistics, float *coefficients);
+// The same for voxels first..first+nvoxels-1 of volumes as they lie in memory
+// (volumes[t][voxel]), with outputs indexed from 0 for voxel `first`: the
+// data as they are (no pre-fit filter), the weights in place. Not under iWLS,
+// whose fits follow one another (1 with a message). The engine's own fit is
+// left as it was.
+int GLM_fit_volume_voxels(int first, int nvoxels, int ntime, const float *const *volumes, int resels, int nthreads,
+                          float *sigma2, float *statistics, float *coefficients);
 int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
                     float *p_cor, float *effect_size, float *effect_sem);
 int GLM_create_all_conditions(char *condition_string);

@@ -371,7 +371,12 @@ std::vector<float> computed_maps(void) {
 TEST_F(GlmEditActions, MapsAreEachVoxelsOwnFitOnAnyNumberOfThreads) {
   select(5, 10, GLM_DRAW_SQUARE, 1);
   select(12, 16, GLM_DRAW_SQUARE, 2);
+  select(33, 36, GLM_DRAW_IGNORE);
+  // Without a filter the fits read the volumes where they lie; with one,
+  // each curve is filtered first.
+  for (int filter = 0; filter < 2; filter++)
   for (bool percent : {false, true}) {
+    if (filter) GLM_set_preGLM_frequency_band(0.02f, 0.3f);
     graph.units_percent = percent;
     std::vector<float> first;
     for (int threads : {1, 3, 8}) {
@@ -389,10 +394,10 @@ TEST_F(GlmEditActions, MapsAreEachVoxelsOwnFitOnAnyNumberOfThreads) {
     Captured c = capture_output([] {});
     std::vector<float> alone = maps_one_by_one(percent);
     ASSERT_EQ(alone.size(), first.size());
-    EXPECT_EQ(memcmp(alone.data(), first.data(), alone.size() * sizeof(float)), 0) << percent;
+    EXPECT_EQ(memcmp(alone.data(), first.data(), alone.size() * sizeof(float)), 0) << percent << filter;
   }
   // Strong blocks in every voxel: the P map of event 1 is high and positive.
-  EXPECT_GT(activation_stack.Volume[0][5], 3.0f);
+  EXPECT_GT(activation_stack.Volume[0][5], 2.0f);
 }
 
 TEST_F(GlmEditActions, MapsAreNamedAndShownAtOnce) {
