@@ -122,6 +122,34 @@ class GlmDrawing(e2e.ViewerTestCase):
                                    re.M).group(1))
         self.assertGreater(effect_at(6, 3, 1), 3.0)
         self.assertLess(abs(effect_at(1, 3, 1)), 1.0)
+    def test_a_gamma_drawn_asks_two_questions_and_fits_the_range(self):
+        write_study(self.work)
+        v = self.run_viewer([e2e.program_path(), "run1.nii", "run2.nii", "-z", "4"])
+        w = v.window(r"zorview \(zoom = 4\).*")
+        v.wait_event("Expose")
+        g = gk.open_graph(v, w)
+        S = gk.GRAPH_SIZE
+        scale = gk.Scale([float(t) for t in range(sum(RUNS))], [0.0, 1.0])
+        x_low, x_high = scale.pixel(5.0, 0.0)[0], scale.pixel(14.0, 0.0)[0]
+        y_mid = gk.GRAPH_TOP + S[1] // 2
+        # The draw shape starts as gamma; the time point shown (0) is outside the range.
+        mark = v.drag(g, (x_low, y_mid), [(x_high, y_mid)], button=2)
+        first = v.wait_prompt(after=mark)
+        self.assertEqual(first["text"], "Fix shape with alpha=1?")
+        mark = v.key(g, "y", "Return", x=600, y=200)
+        second = v.wait_prompt(after=mark, timeout=10.0)
+        self.assertEqual(second["text"], "Vary onset time?")
+        v.key(g, "n", "Return", x=600, y=200)
+        e2e.wait_until(lambda: "Define new event of shape GAMMA starting at 5 with tau = " in v.stdout(), 10.0,
+                       "the fitted gamma")
+        out = v.stdout()
+        self.assertIn("range: 5 14\n", out)
+        self.assertIn("1 conditions: 1 \n", out)
+        tau = float(re.search(r"starting at 5 with tau = (\S+) and alpha = 1\n", out).group(1))
+        # The response of the blocks rises over the range: a time constant within it.
+        self.assertGreaterEqual(tau, 1.0)
+        self.assertLessEqual(tau, 10.0)
+
 
 if __name__ == "__main__":
     e2e.main()
