@@ -175,6 +175,25 @@ TEST_F(GlmEditActions, SigmoidAsksOneQuestionFewerThanGamma) {
   EXPECT_EQ(GLM.event_alpha[0], 1.0f);
 }
 
+TEST_F(GlmEditActions, FitsOutsideTheirGraphAreProgrammingErrors) {
+  graph.ix_low_select = 5;
+  graph.ix_high_select = 45;
+  answers = {"y", "n"};
+  Captured c = capture_output([] { action_fit_gamma_or_sigmoid(1, SHAPE_GAMMA); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "range: 5 45\nProgramming error: graph.ix_low_select (or high_select) out of range.\n");
+  graph.type = 0;
+  graph.space_model = 0;
+  c = capture_output([] { action_fit_gamma_or_sigmoid(1, SHAPE_GAMMA); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Programming error: graph type = 4 in function action_fit_gamma().\n");
+  graph.type = 1;
+  // A negative event number prints the range and does nothing else.
+  c = capture_output([] { EXPECT_EQ(action_fit_gamma_or_sigmoid(-1, SHAPE_GAMMA), 0); });
+  EXPECT_EQ(c.out, "range: 5 45\n");
+  EXPECT_EQ(GLM.nevents, 0);
+}
+
 TEST_F(GlmEditActions, EscapeLeavesTheModelAsItWas) {
   answers = {"ESC"};
   select(5, 12, GLM_DRAW_GAMMA);

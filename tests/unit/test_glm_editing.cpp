@@ -69,6 +69,20 @@ TEST(GlmEditing, EditsBeforeInitializingAreRefused) {
   EXPECT_EQ(c.out, "Error in GLM_define_table_event_interactive: first initialize the GLM\n");
 }
 
+TEST(GlmEditing, AnEventListedTwiceIsAProgrammingError) {
+  empty_model({10});
+  ASSERT_EQ(quiet_define(1, SHAPE_SQUARE, 1, 2, 0, 1), 0);
+  ASSERT_EQ(quiet_define(2, SHAPE_SQUARE, 4, 5, 0, 1), 0);
+  GLM.event_number[1] = 1;
+  Captured c = capture_output([] { GLM_define_1_stimulus(1, SHAPE_SQUARE, 7, 8, 0, 1); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Programming error in GLM_define_1_stimulus\n");
+  float data[10] = {};
+  c = capture_output([&] { GLM_define_table_event_interactive(1, 0, 3, 10, data); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "Programming error in GLM_define_table_event_interactive\n");
+}
+
 TEST(GlmEditing, SquareStimulusStoresSecondsAndHalfTheSpan) {
   empty_model({10, 10});
   ASSERT_EQ(quiet_define(1, SHAPE_SQUARE, 3, 6, 0, 1), 0);
