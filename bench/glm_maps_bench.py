@@ -22,8 +22,9 @@ def main():
     build = sys.argv[1] if len(sys.argv) > 1 else 'build-bench'
     rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 3
     folder = tempfile.mkdtemp(prefix='zormapsbench.')
-    out = subprocess.run([os.path.join(build, 'bench', 'zor_glm_maps_timing'), folder, str(rounds)],
-                         capture_output=True, text=True, check=True).stdout
+    # Run in the scratch folder: the maps write the model's "basis.dat" where they run.
+    out = subprocess.run([os.path.join(os.path.abspath(build), 'bench', 'zor_glm_maps_timing'), folder, str(rounds)],
+                         capture_output=True, text=True, check=True, cwd=folder).stdout
     print(out, end='')
     engine = float([l for l in out.splitlines() if l.startswith('engine seconds')][0].split()[-1])
     nvox, ntime = 64 * 64 * 32, 300

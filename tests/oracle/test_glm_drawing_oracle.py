@@ -157,7 +157,7 @@ def maps_case(folder):
     out_path = os.path.join(folder, 'maps.f32')
     out = subprocess.run([driver(), 'maps', '40,32', str(tr), path, str(nx), str(ny), str(nz), out_path,
                           'square:1:5:10', 'square:1:45:50', 'gamma:2:20:3:2', 'exclude:30:33'],
-                         capture_output=True, text=True)
+                         capture_output=True, text=True, cwd=folder)
     check(out.returncode == 0, 'maps: driver failed: %s' % (out.stdout[-2000:] + out.stderr))
     if out.returncode:
         return

@@ -91,6 +91,13 @@ class GlmEditActions : public GraphFixture {
     GraphFixture::TearDown();
   }
 
+  // The maps, computed in the study's folder (they write "basis.dat" there).
+  Captured maps_here(int &result) {
+    Captured c;
+    in_directory(files.dir, [&] { c = capture_output([&] { result = action_compute_p_value(); }); });
+    return c;
+  }
+
   // A drag from low to high with the draw shape, as the graph hands it on.
   Captured select(int low, int high, int shape, int event = 1) {
     glm_model.shape = shape;
@@ -345,7 +352,7 @@ TEST_F(GlmEditActions, IgnoreOutOfRangeExcludesPointsBeyondTheLimits) {
 
 TEST_F(GlmEditActions, MapsNeedAModel) {
   int result = -99;
-  Captured c = capture_output([&] { result = action_compute_p_value(); });
+  Captured c = maps_here(result);
   EXPECT_EQ(result, 1);
   EXPECT_EQ(c.out, "This function requires a defined GLM model.\n");
   c = capture_output([&] { result = action_write_glm_files(); });
@@ -401,7 +408,7 @@ TEST_F(GlmEditActions, MapsAreEachVoxelsOwnFitOnAnyNumberOfThreads) {
     for (int threads : {1, 3, 8}) {
       glm_maps_threads = threads;
       int result = -99;
-      Captured c = capture_output([&] { result = action_compute_p_value(); });
+      Captured c = maps_here(result);
       ASSERT_EQ(result, 0) << c.out;
       EXPECT_TRUE(contains(c.out, "calculating p: 0 %\n")) << c.out;
       EXPECT_TRUE(contains(c.out, "calculating p: 95 %\ncalculating p: 100 %\n"));
@@ -423,7 +430,7 @@ TEST_F(GlmEditActions, MapsAreNamedAndShownAtOnce) {
   select(5, 10, GLM_DRAW_SQUARE, 1);
   select(12, 16, GLM_DRAW_SQUARE, 2);
   int result = -99;
-  Captured c = capture_output([&] { result = action_compute_p_value(); });
+  Captured c = maps_here(result);
   ASSERT_EQ(result, 0);
   std::vector<std::string> names;
   std::vector<int> logs, types, starts;
@@ -453,7 +460,7 @@ TEST_F(GlmEditActions, MapsAreNamedAndShownAtOnce) {
   EXPECT_EQ(glm_maps_resels, 12);
   // Computed again after a change, the stack is replaced.
   select(32, 35, GLM_DRAW_SQUARE, 3);
-  c = capture_output([&] { result = action_compute_p_value(); });
+  c = maps_here(result);
   ASSERT_EQ(result, 0);
   EXPECT_EQ(activation.nmaps, 9);
   EXPECT_EQ(activation_stack.nt, 9);
@@ -468,7 +475,7 @@ TEST_F(GlmEditActions, MapsUnderIteratedWeightsFollowOneAnother) {
   GLM_Update_Weights(kTime, y.data());
   glm_maps_threads = 4;
   int result = -99;
-  Captured c = capture_output([&] { result = action_compute_p_value(); });
+  Captured c = maps_here(result);
   ASSERT_EQ(result, 0);
   const std::vector<float> maps = computed_maps();
   GLM_Update_Weights(kTime, y.data());
