@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zor_exit.h"
+#include "zor_glm_actions.h"
 #include "zor_graph.h"
 #include "zor_overlay.h"
 #include "zor_profile_fit.h"
@@ -43,6 +44,7 @@ int graph_event_handler_specific(XEvent *event) {
       return 0;
     case 'r': action_write_1_ROI(); return 0;
     case 'i':
+      action_ignore_out_of_range();
       build_graph_display(1);
       return 0;
     case 'l': action_display_last_time_point(); return 0;

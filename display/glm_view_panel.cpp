@@ -7,6 +7,7 @@
 #include "zor_graph.h"
 #include "zor_exit.h"
 #include "zor_glm.h"
+#include "zor_glm_actions.h"
 #include "zor_overlay.h"
 #include "zor_panels.h"
 #include "zor_time_model.h"
@@ -251,10 +252,6 @@ void action_graph_text_selection_GLM_TimeSeriesModel(int button) {
   }
 }
 
-// A range chosen in the graph draws a stimulus of the active event; that
-// belongs to the tools that change the model by hand.
-void action_graph_button23_GLM_TimeSeriesModel(void) {}
-
 int graph_event_handler_GLM_TimeSeriesModel(char key) {
   switch (key) {
     case ' ':
@@ -266,6 +263,10 @@ int graph_event_handler_GLM_TimeSeriesModel(char key) {
       modify_graph_vector();
       graph.update_regions |= 5;
       return 1;
-    default: return 0;  // control-G writes the model's files with the hand-editing tools
+    case 7:
+      action_write_glm_files();
+      fflush(stdout);
+      return 1;
+    default: return 0;
   }
 }

@@ -192,6 +192,11 @@ int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2
 
 int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int nthreads, float *sigma2,
                    float *statistics) {
+  return GLM_fit_voxels_coefficients(nvoxels, ntime, series, resels, nthreads, sigma2, statistics, nullptr);
+}
+
+int GLM_fit_voxels_coefficients(int nvoxels, int ntime, const float *series, int resels, int nthreads,
+                                float *sigma2, float *statistics, float *coefficients) {
   if (!series_length_matches(ntime)) return 1;
   if (nvoxels <= 0) return 0;
   const int nconditions = GLM.nconditions;
@@ -203,6 +208,7 @@ int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int 
   const size_t n = (size_t)ntime;
   auto store = [&](int v, float s2, const float *beta) {
     if (sigma2) sigma2[v] = s2;
+    if (coefficients) memcpy(coefficients + (size_t)v * GLM.ncoeff, beta, sizeof(float) * (size_t)GLM.ncoeff);
     if (!statistics) return;
     for (int k = 0; k < nconditions; k++) {
       float *out = statistics + ((size_t)v * nconditions + k) * 6;
@@ -275,13 +281,15 @@ int GLM_remove_baseline(int option, int ntime, float *data_vector, float *fit_ve
   return 0;
 }
 
-float GLM_compute_baseline(void) {
+float GLM_compute_baseline(void) { return GLM_compute_baseline_of(GLM.Beta_c); }
+
+float GLM_compute_baseline_of(const float *coefficients) {
   float baseline = 0.0f;
   for (int r = 0; r < GLM.nruns; r++) {
     int c = GLM.ncoeff - GLM.nbaseline + GLM_input.nbaseline_terms * r;
     // Without baseline terms there is no offset to read.
     if (c < 0 || c >= GLM.ncoeff) continue;
-    baseline += (GLM.run_stop[r] - GLM.run_start[r] + 1) * GLM.Beta_c[c] / GLM.ntime;
+    baseline += (GLM.run_stop[r] - GLM.run_start[r] + 1) * coefficients[c] / GLM.ntime;
   }
   return baseline;
 }

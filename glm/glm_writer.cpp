@@ -2,6 +2,9 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
+
+#include "zor_atomic_file.h"
 
 #include "zor_glm.h"
 
@@ -117,7 +120,21 @@ int GLM_write_glm_files(char *dat_file_name, char *stim_file_root) {
     puts("Error: GLM not defined in GLM_write_glm_files.");
     return 1;
   }
-  FILE *fp = fopen(dat_file_name, "w");
+  // Every file is written beside its target first; the targets are replaced
+  // only when all were written, the control file last, so that a failure
+  // leaves the files on disk as they were.
+  const int nruns = GLM.nruns < GLM_MAX_RUNS ? GLM.nruns : GLM_MAX_RUNS;
+  std::vector<atomic_file> events((size_t)(nruns > 0 ? nruns : 0));
+  atomic_file control;
+  auto abandon_all = [&](void) {
+    for (atomic_file &f : events)
+      if (f.stream) atomic_file_abandon(&f);
+    if (control.stream) atomic_file_abandon(&control);
+  };
+  control.stream = nullptr;
+  for (atomic_file &f : events) f.stream = nullptr;
+
+  FILE *fp = atomic_file_open(&control, dat_file_name);
   if (!fp) {
     printf("Error attempting to open the data file %s.\n", dat_file_name);
     return 1;
@@ -135,21 +152,31 @@ int GLM_write_glm_files(char *dat_file_name, char *stim_file_root) {
   }
   fprintf(fp, "conditions %s\n", conditions.c_str());
   fprintf(fp, "runs:\n");
-  for (int r = 0; r < GLM.nruns; r++)
+  for (int r = 0; r < nruns; r++)
     fprintf(fp, "%s %s\n", GLM_input.run_name[r], event_file_name(stim_file_root, r).c_str());
-  fclose(fp);
 
   std::string header;
-  for (int r = 0; r < GLM.nruns; r++) {
+  for (int r = 0; r < nruns; r++) {
     std::string name = event_file_name(stim_file_root, r);
-    FILE *ef = fopen(name.c_str(), "w");
+    FILE *ef = atomic_file_open(&events[r], name.c_str());
     if (!ef) {
       // The message names the control file, whichever file failed.
       printf("Error attempting to open the data file %s.\n", dat_file_name);
+      abandon_all();
       return 1;
     }
     write_event_file(ef, r, header);
-    fclose(ef);
+  }
+  for (int r = 0; r < nruns; r++) {
+    if (atomic_file_commit(&events[r])) {
+      printf("Error writing the event file %s.\n", event_file_name(stim_file_root, r).c_str());
+      abandon_all();
+      return 1;
+    }
+  }
+  if (atomic_file_commit(&control)) {
+    printf("Error writing the data file %s.\n", dat_file_name);
+    return 1;
   }
   return 0;
 }

@@ -24,6 +24,7 @@
 #include "zor_regular_file.h"
 #include "zor_startup.h"
 #include "zor_glm.h"
+#include "zor_glm_actions.h"
 #include "zor_rem.h"
 #include "zor_srtm.h"
 #include "zor_curve_fit.h"

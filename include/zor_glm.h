@@ -179,6 +179,8 @@ int GLM_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2
 void GLMInternal_fit_data(int ntime, float *data_vector, float *fit_vector, float *sigma2);
 int GLM_remove_baseline(int option, int ntime, float *data_vector, float *fit_vector);
 float GLM_compute_baseline(void);
+// The baseline GLM_compute_baseline gives for these coefficients of the model.
+float GLM_compute_baseline_of(const float *coefficients);
 int GLM_get_noise_model(void);
 void GLM_set_noise_model(int imodel);
 int GLM_get_noise(int GetFit, int ntime, float *noise_stdev);
@@ -202,6 +204,17 @@ void GLM_calc_covariance_matrix(void);
 // left as the last voxel's fit leaves it. Returns 0, or 1 with a message.
 int GLM_fit_voxels(int nvoxels, int ntime, const float *series, int resels, int nthreads, float *sigma2,
                    float *statistics);
+// The same, giving each voxel's ncoeff coefficients at coefficients[v * ncoeff]
+// as well (when coefficients is not null).
+int GLM_fit_voxels_coefficients(int nvoxels, int ntime, const float *series, int resels, int nthreads,
+                                float *sigma2, float *statistics, float *coefficients);
+// The same for voxels first..first+nvoxels-1 of volumes as they lie in memory
+// (volumes[t][voxel]), with outputs indexed from 0 for voxel `first`: the
+// data as they are (no pre-fit filter), the weights in place. Not under iWLS,
+// whose fits follow one another (1 with a message). The engine's own fit is
+// left as it was.
+int GLM_fit_volume_voxels(int first, int nvoxels, int ntime, const float *const *volumes, int resels, int nthreads,
+                          float *sigma2, float *statistics, float *coefficients);
 int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *Fstat, float *cnr, float *p_raw,
                     float *p_cor, float *effect_size, float *effect_sem);
 int GLM_create_all_conditions(char *condition_string);
@@ -219,6 +232,13 @@ int GLM_create_selective_residue(char *residue_string, int ntime, float *data_ve
 // The model without a control file and the viewer's queries.
 int GLM_initialize(int ntime, int nruns);
 void GLM_initialize_run(int index_run, float start, float stop, float time_step);
+// Changing the model by hand; times are time points of the concatenated axis.
+int GLM_define_1_stimulus(int event_number, int ishape, float TimePoint_on, float TimePoint_off, float TimePoint_tau,
+                          float alpha);
+int GLM_delete_1_stimulus(int event_number, float location_TimePoint, int Verbose);
+int GLM_define_table_event_interactive(int event_number, int istart, int iend, int ntime, float *table_data);
+// Mode 1 excludes the points from start to end; any other mode flips them.
+void GLM_modify_excluded_region(int mode, int start, int end);
 int GLM_identify_time_point(int iTime, char *residue_string, char *output_string);
 int GLM_is_initialized(void);
 int GLM_get_nbaseline_terms(void);

@@ -2,7 +2,8 @@
 # Installs what is needed, builds, writes a small demo study into demo/ and
 # shows it: the image window, with the cross-hair put on the responding blob
 # and the listed region around it stepped to, and beside it the graph window
-# with the region's mean time course and the linear model's fit to it. Without
+# with the region's mean time course and the linear model's fit to it, with
+# the model's maps computed in memory. Without
 # an X display the viewer runs under a virtual server (Xvfb), and both
 # windows are saved side by side as demo/screenshot.png.
 set -euo pipefail
@@ -100,8 +101,14 @@ if [ -n "$graph" ]; then
   xdotool windowmove "$graph" $((width + 2 * border + 20)) 0 || true
 fi
 
+# The model's maps of the whole volume, computed in memory ("P"), replace
+# the map read from disk.
+xdotool mousemove --window "$window" 1 1 key P
+sleep 0.5
+
 if [ "$own_display" -eq 0 ]; then
   echo "the image and graph windows are open; quit with q then y in the image window"
+  echo "drag with button 2 or 3 over the curve to draw a stimulus, P for new maps, control-G to save the model"
   wait "$viewer" || true
   viewer=""
   exit 0

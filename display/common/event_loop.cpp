@@ -10,6 +10,7 @@
 #include "zor_colour.h"
 #include "zor_graph.h"
 #include "zor_event_trace.h"
+#include "zor_glm_actions.h"
 #include "zor_help.h"
 #include "zor_overlay_edit.h"
 #include "zor_wires.h"
@@ -230,8 +231,7 @@ static bool image_general_key(char key) {
     case 'N': action_key_N(); return true;
     case 'R': action_key_R(); return true;
     case 'W': action_key_W(); return true;
-    // The p-value map: claimed here, so that it never reaches the graph.
-    case 'P': return true;
+    case 'P': action_key_P(); return true;
     default: return false;
   }
 }

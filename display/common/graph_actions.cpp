@@ -2,6 +2,7 @@
 // move the time point, the cross-hair or the histogram marker; drags of
 // buttons 2 and 3 select a range; arrows move the plotted limits.
 #include <cmath>
+#include <cstdio>
 
 #include "zor_colour.h"
 #include "zor_compose.h"
@@ -94,14 +95,19 @@ void action_graph_button1(void) {
 
 void action_graph_button23(int press) {
   if (press) {
-    if (on_data())
-      graph.ix_low_select = graph.icursor.x;
-    else if (on_text())
-      action_graph_text_selection(2);
+    // A press off the curve starts no selection: its release then has no low end.
+    graph.ix_low_select = on_data() ? graph.icursor.x : -1;
+    if (!on_data() && on_text()) action_graph_text_selection(2);
     low_select_value = graph.cursor.x;
     return;
   }
-  if (!on_data()) return;
+  if (!on_data() || graph.ix_low_select < 0) {
+    if (graph.type == 1 && (graph.ix_low_select >= 0 || on_data())) {
+      puts("The selection must start and end on the curve: nothing was changed.");
+      fflush(stdout);
+    }
+    return;
+  }
   graph.ix_high_select = graph.icursor.x;
   high_select_value = graph.cursor.x;
   if (graph.ix_high_select < graph.ix_low_select) {
