@@ -419,7 +419,8 @@ void set_graph_location(void) {
 }
 
 // The wrap is decided before the step, so that a time at either end of the
-// int range (a cursor on a graph of one point) steps without overflowing.
+// int range (the index of a coordinate that was not a number) steps without
+// overflowing.
 void increment_graph_location_time(void) {
   const int t = graph.iTime >= mosaic.stack->nt - 1 ? -anatomy_stack.nt : graph.iTime + 1;
   set_mosaic_SpaceMatrix(t);
