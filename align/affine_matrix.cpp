@@ -33,11 +33,13 @@ void Alignment_reset(void) { memset(&Alignment, 0, sizeof Alignment); }
 void define_cosine_sine(int iAngle, float *cs, float *sn) {
   *cs = 0.0f;
   *sn = 0.0f;
-  switch (iAngle * 90) {
+  // Chosen by the count of quarter turns, which cannot overflow as the
+  // angle in degrees would for a count from a damaged file.
+  switch (iAngle) {
     case 0: *cs = 1.0f; break;
-    case 180: *cs = -1.0f; break;
-    case 90: *sn = 1.0f; break;
-    case -90: *sn = -1.0f; break;
+    case 2: *cs = -1.0f; break;
+    case 1: *sn = 1.0f; break;
+    case -1: *sn = -1.0f; break;
     default: break;  // 270, -180 and beyond: left 0, a singular rotation
   }
 }

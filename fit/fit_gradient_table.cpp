@@ -1,6 +1,7 @@
 // Gradient tables: one per data file, four numbers a record (direction x, y,
 // z and b-value), read regardless of line breaks. Directions are normalised,
 // reversed on the flagged axes and rotated by the registration's inverse.
+#include <cfloat>
 #include <cmath>
 #include <cstdio>
 
@@ -28,15 +29,29 @@ int FIT_read_DTI_description_file(int iFile, char *file_name) {
       fclose(fp);
       return 1;
     }
-    float magnitude = std::sqrt(x * x + y * y + z * z);
-    if (b == 0.0f) {
-      magnitude = 1.0f;
-    } else if (magnitude == 0.0f) {
-      printf("Error: Zero direction vector with Non-zero bvalue on line %d of file %s\n", record, file_name);
-      fclose(fp);
-      return 1;
+    const float squares = x * x + y * y + z * z;
+    float magnitude = std::sqrt(squares);
+    float direction[3];
+    if (b != 0.0f && !(squares >= FLT_MIN && squares <= FLT_MAX) && (x != 0.0f || y != 0.0f || z != 0.0f) &&
+        !std::isnan(squares)) {
+      // Components so large or so small that their squares leave the float
+      // range still give a direction: their length is taken in double.
+      const double length = std::sqrt((double)x * x + (double)y * y + (double)z * z);
+      direction[0] = (float)(x / length);
+      direction[1] = (float)(y / length);
+      direction[2] = (float)(z / length);
+    } else {
+      if (b == 0.0f) {
+        magnitude = 1.0f;
+      } else if (magnitude == 0.0f) {
+        printf("Error: Zero direction vector with Non-zero bvalue on line %d of file %s\n", record, file_name);
+        fclose(fp);
+        return 1;
+      }
+      direction[0] = x / magnitude;
+      direction[1] = y / magnitude;
+      direction[2] = z / magnitude;
     }
-    float direction[3] = {x / magnitude, y / magnitude, z / magnitude};
     if (ReverseBDirection.x) direction[0] = -direction[0];
     if (ReverseBDirection.y) direction[1] = -direction[1];
     if (ReverseBDirection.z) direction[2] = -direction[2];

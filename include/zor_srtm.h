@@ -114,6 +114,9 @@ int SRTM_read_table_file(char *file_name, int irun);
 int read_ROIs_from_file(int verbose, int iRun, char *SRTM_FileName);
 int read_target_ROI_from_file(int verbose, int iRun, char *SRTM_FileName);
 int read_overlay_mask(char *FileName, IPOINT3D dim, float *weight_vector);
+// Reads the run's nt frames into `data`. A file shorter than its header
+// says fails at its first missing frame with nothing allocated for it; with
+// a null `data` only that check is made.
 int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data);
 
 // Design.

@@ -1,5 +1,8 @@
 // Reference and target regions: the region files, the run's whole data, and
 // the masked means that make the time-activity curves.
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -38,6 +41,81 @@ int masked_curve(const float *mask, int n3d, const float *data, int nt, double *
   return 0;
 }
 
+// The checks of read_overlay_mask, with its messages; the weights go to
+// `weight_vector` when there is one.
+int scan_overlay_mask(const char *FileName, IPOINT3D dim, float *weight_vector) {
+  FILE *fp = fopen(FileName, "r");
+  if (!fp) {
+    printf("Error opening file %s\n", FileName);
+    return 1;
+  }
+  long n3d = (long)dim.x * dim.y * dim.z;
+  if (weight_vector)
+    for (long v = 0; v < n3d; v++) weight_vector[v] = 0.0f;
+  char line[ZOR_LINE];
+  while (get_line_with_comment(fp, line, ZOR_LINE)) {
+    int x, y, z;
+    float weight = 1.0f;
+    int nread = sscanf(line, "%d %d %d %g", &x, &y, &z, &weight);
+    if (nread == 3) weight = 1.0f;
+    if (nread != 3 && nread != 4) {
+      overlay_syntax_message();
+      fclose(fp);
+      return 1;
+    }
+    if (weight < 0.0f || weight > 1.0f) {
+      puts("Error: use weight values <= 1. in overlays.");
+      fclose(fp);
+      return 1;
+    }
+    if (x < 0 || y < 0 || z < 0 || x >= dim.x || y >= dim.y || z >= dim.z) {
+      puts("Error: the overlay in file .ovl does not agree with the image dimensions.");
+      fclose(fp);
+      return 1;
+    }
+    if (weight_vector) weight_vector[(long)z * dim.x * dim.y + (long)y * dim.x + x] = weight;
+  }
+  fclose(fp);
+  return 0;
+}
+
+int storage_bytes_of(const XD_HEADER &header) {
+  switch (header.storage_type) {
+    case BSHORT:
+    case USHORT: return 2;
+    case BFLOAT:
+    case BLONG: return 4;
+    case UINT8: return 1;
+    default: return 0;
+  }
+}
+
+// The whole frames a regular data file holds behind its header, or -1 when
+// the file cannot be measured (it is then simply read).
+long frames_on_disk(const char *file_name, const XD_HEADER &header, int bytes) {
+  struct stat info;
+  if (stat(file_name, &info) != 0 || !S_ISREG(info.st_mode)) return -1;
+  const long long frame = (long long)header.dim.x * header.dim.y * header.dim.z * bytes;
+  // A compressed file can hold at most what its stream can expand to.
+  const long long size = is_gzip_nifti_name(file_name) ? gzip_expansion_limit((long long)info.st_size)
+                                                       : (long long)info.st_size;
+  const long long behind = size - (long long)header.voxel_offset;
+  if (frame <= 0 || behind <= 0) return 0;
+  return (long)std::min<long long>(behind / frame, INT32_MAX);
+}
+
+// True when reading the run's data is bound to fail: its storage type is
+// not read here, it cannot be opened, or it is shorter than its header says.
+bool data_file_fails(const char *file_name, const XD_HEADER &header) {
+  const int bytes = storage_bytes_of(header);
+  if (bytes == 0) return true;
+  FILE *fp = fopen(file_name, "rb");
+  if (!fp) return true;
+  fclose(fp);
+  const long frames = frames_on_disk(file_name, header, bytes);
+  return frames >= 0 && frames < header.nt;
+}
+
 // Header checks, masks and data of one run; `reference` 0 reads the target
 // region alone.
 int read_regions_of_run(int verbose, int iRun, char *file_name, int reference) {
@@ -67,6 +145,18 @@ int read_regions_of_run(int verbose, int iRun, char *file_name, int reference) {
   free_float_vector(SRTM.Mask_Reference);
   free_float_vector(SRTM.Mask_Target);
   SRTM.Mask_Reference = SRTM.Mask_Target = nullptr;
+  if (data_file_fails(file_name, header)) {
+    // Nothing is allocated for a volume that cannot be read (its header may
+    // claim any size): the regions are checked as they would be, then the
+    // read gives its own message.
+    srtm_alloc.mask_n3d = 0;
+    free_float_vector(SRTM.PET_TAC_4D[iRun]);
+    SRTM.PET_TAC_4D[iRun] = nullptr;
+    if (reference && scan_overlay_mask(SRTM_input.reference_region_file, header.dim, nullptr)) return 1;
+    if (scan_overlay_mask(SRTM_input.target_region_file, header.dim, nullptr)) return 1;
+    read_vistrel_data_file(file_name, header, nullptr);
+    return 1;
+  }
   if (reference) {
     SRTM.Mask_Reference = float_vector(n3d > 0 ? n3d : 1);
     if (read_overlay_mask(SRTM_input.reference_region_file, header.dim, SRTM.Mask_Reference)) return 1;
@@ -103,38 +193,7 @@ int read_target_ROI_from_file(int verbose, int iRun, char *SRTM_FileName) {
 }
 
 int read_overlay_mask(char *FileName, IPOINT3D dim, float *weight_vector) {
-  FILE *fp = fopen(FileName, "r");
-  if (!fp) {
-    printf("Error opening file %s\n", FileName);
-    return 1;
-  }
-  long n3d = (long)dim.x * dim.y * dim.z;
-  for (long v = 0; v < n3d; v++) weight_vector[v] = 0.0f;
-  char line[ZOR_LINE];
-  while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    int x, y, z;
-    float weight = 1.0f;
-    int nread = sscanf(line, "%d %d %d %g", &x, &y, &z, &weight);
-    if (nread == 3) weight = 1.0f;
-    if (nread != 3 && nread != 4) {
-      overlay_syntax_message();
-      fclose(fp);
-      return 1;
-    }
-    if (weight < 0.0f || weight > 1.0f) {
-      puts("Error: use weight values <= 1. in overlays.");
-      fclose(fp);
-      return 1;
-    }
-    if (x < 0 || y < 0 || z < 0 || x >= dim.x || y >= dim.y || z >= dim.z) {
-      puts("Error: the overlay in file .ovl does not agree with the image dimensions.");
-      fclose(fp);
-      return 1;
-    }
-    weight_vector[(long)z * dim.x * dim.y + (long)y * dim.x + x] = weight;
-  }
-  fclose(fp);
-  return 0;
+  return scan_overlay_mask(FileName, dim, weight_vector);
 }
 
 int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
@@ -152,7 +211,13 @@ int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
       return 1;
   }
   long n3d = (long)header.dim.x * header.dim.y * header.dim.z;
-  std::vector<unsigned char> buffer((size_t)(n3d > 0 ? n3d : 1) * bytes);
+  // A file shorter than its header says fails at its first missing frame,
+  // and nothing is allocated for frames that are not there.
+  const long frames = frames_on_disk(FileName, header, bytes);
+  const bool short_file = frames >= 0 && frames < header.nt;
+  std::vector<unsigned char> buffer;
+  if (data && !(short_file && frames == 0)) buffer.resize((size_t)(n3d > 0 ? n3d : 1) * bytes);
+  if (!data && !short_file) return 1;  // no place for what the file holds
   // Compressed NIfTI-1 files are read through their decompression.
   volume_source source;
   if (volume_source_open(&source, FileName)) {
@@ -172,6 +237,12 @@ int read_vistrel_data_file(char *FileName, XD_HEADER header, float *data) {
       printf("\r%s: %d %c", FileName, percent, '%');
       fflush(stdout);
     }
+    if (short_file && jt >= frames) {
+      printf("Error reading time point %d for file %s\n", jt, FileName);
+      volume_source_close(&source);
+      return 1;
+    }
+    if (!data) continue;  // a short file's frames are only counted
     if (volume_source_read(&source, buffer.data(), (long long)bytes * n3d) != (long long)bytes * n3d) {
       if (!volume_source_report(&source)) printf("Error reading time point %d for file %s\n", jt, FileName);
       volume_source_close(&source);

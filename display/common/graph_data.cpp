@@ -418,15 +418,16 @@ void set_graph_location(void) {
   }
 }
 
+// The wrap is decided before the step, so that a time at either end of the
+// int range (the index of a coordinate that was not a number) steps without
+// overflowing.
 void increment_graph_location_time(void) {
-  int t = graph.iTime + 1;
-  if (t >= mosaic.stack->nt) t = -anatomy_stack.nt;
+  const int t = graph.iTime >= mosaic.stack->nt - 1 ? -anatomy_stack.nt : graph.iTime + 1;
   set_mosaic_SpaceMatrix(t);
 }
 
 void decrement_graph_location_time(void) {
-  int t = graph.iTime - 1;
-  if (t < -anatomy_stack.nt) t = mosaic.stack->nt - 1;
+  const int t = graph.iTime <= -anatomy_stack.nt ? mosaic.stack->nt - 1 : graph.iTime - 1;
   set_mosaic_SpaceMatrix(t);
 }
 

@@ -1,17 +1,19 @@
-"""Hostile use: 2,000 random key presses, clicks, drags, wheel turns and
+"""Hostile use: 2,000 (or ZOR_SOAK_EVENTS) random key presses, clicks, drags, wheel turns and
 window-manager deletes of the graph window over both windows, inside and outside the data areas, on four awkward
 studies (one slice, one time point, a constant volume, NaN and infinite
 voxels). Afterwards the program still runs, answers a click, and idles at
 under 2 % of a processor."""
 
 import math
+import os
 import random
 import time
 
 import zore2e as e2e
 import graph_kit as gk
 
-EVENTS_PER_STUDY = 500
+# ZOR_SOAK_EVENTS sets the whole count for a longer run (e.g. 10000).
+EVENTS_PER_STUDY = max(4, int(os.environ.get("ZOR_SOAK_EVENTS", "2000")) // 4)
 # Every key but the quit prompt's and the animation's, which is started on
 # its own at the end (it drops what is queued when it starts).
 KEYS = (["Left", "Right", "Up", "Down", "Prior", "Next", "Home", "End", "Return", "Escape", "Tab",

@@ -14,7 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       },
       [] {
         FuzzName name("srtm.txt");
-        return SRTM_read_control_file(1, name.text);
+        const int r = SRTM_read_control_file(1, name.text);
+        if (r) return r;
+        // The study's condition string, on its design.
+        if (SRTM_define_static_basis_functions()) return 1;
+        return SRTM_define_conditions(SRTM_input.condition_string);
       },
       {0, 1}, FUZZ_RESET_SRTM);
   return 0;

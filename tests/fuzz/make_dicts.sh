@@ -29,3 +29,10 @@ dict glm_events glm/glm_events.cpp glm/glm_conditions.cpp
 dict rem_control rem/rem_control_file.cpp
 dict srtm_control srtm/srtm_control_file.cpp srtm/srtm_event_file.cpp
 dict pet_files srtm/srtm_event_file.cpp srtm/srtm_table_file.cpp
+dict fit_control fit/fit_control_file.cpp fit/fit_registration_file.cpp fit/fit_state.cpp
+dict gradient_table fit/fit_gradient_table.cpp
+dict registration_file fit/fit_registration_file.cpp
+dict time_model util/time_model_file.cpp
+dict pet_regions util/native_header.cpp srtm/srtm_regions.cpp
+dict glm_roundtrip glm/glm_control_file.cpp glm/glm_events.cpp
+dict wire_file util/wire_files.cpp

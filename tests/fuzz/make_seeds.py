@@ -156,7 +156,78 @@ def main():
     put('rem_control', 'overlapping', 'overlapping-events\nconditions 1\nruns:\nrun.bfloat 1 1\n')
     put('srtm_control', 'example', 'conditions 1\nruns:\nrun.bfloat run.pet table.dat\n@@\n'
         '1 k2a\n1 0 10\n@@\nduration ref\n60 1\n60 2\n60 3\n60 4\n60 5\n60 6\n60 7\n60 8\n60 9\n60 10\n')
+    frames = 'duration ref\n' + ''.join('%d %d\n' % (60 * (1 + t % 3), t + 1) for t in range(10))
+    put('srtm_control', 'regions', 'time-model SRTM\nreference-region run.pet\ntarget-region run.pet\n'
+        'half-life 109.8\nplasma-column 1\nconditions 2 1-2\nruns:\nrun.bfloat run.pet table.dat\n@@\n'
+        '0\n1 R1\n\n2 k2a\n\n@@\n' + frames)
+    put('srtm_control', 'shapes', 'time-model MRTM\nconditions 1\nruns:\nrun.bfloat run.pet table.dat\n@@\n'
+        '40 1\n1 R1\n\n2 k2a\n\n3 k2a gamma\n3 2\n4 k2a gamma-integral\n2 4\n5 k2a sigmoid\n1 3\n'
+        '6 R1 table\n1\n@@\n' + frames)
+    put('pet_files', 'events', frames + '@@\n0\n1 R1\n\n2 k2a\n\n3 k2a gamma\n3 2\n4 R1 table\n1\n')
     put('pet_files', 'table_events', 'duration ref\n60 1\n60 2\n60 3\n@@\n1 k2a\n1 0 10\n')
+
+    # Fits: control file, gradient table, registration.
+    table = ''.join('%g %g %g %g\n' % r for r in
+                    [(0, 0, 0, 0), (1, 0, 0, 1000), (0, 1, 0, 1000), (0, 0, 1, 1000), (1, 1, 0, 1000),
+                     (1, 0, 1, 1000), (0, 1, 1, 1000), (0, 0, 0, 0), (2, 0, 0, 1000), (0, 0, 0, 0)])
+    registration = ('set registration-type rigid\nset registration-orientation 1 0 -1 1\n'
+                    'set registration-rotations 30 -20 45\n')
+    put('fit_control', 'dti', 'time-model DTI-OLS\nregistration-file reg.txt\nreverse x z\n'
+        'output-format zor\nfiles:\nrun.bfloat g.dti\n@@\n' + table + '@@\n' + registration)
+    put('fit_control', 'dti_two_files', 'time-model DTI-WLS\nfiles:\nrun.bfloat g.dti\nrun.bfloat g.dti\n@@\n' +
+        table + '@@\n')
+    put('fit_control', 't2', 'time-model T2\nx-array 10 20 30 40 50 60 70 80 90 100\nfiles:\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 't1', 'time-model T1-IR\nx-vector 1 2 3 4 5 6 7 8 9 10\nreverse x\n'
+        'registration-file reg.txt\nruns:\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 'one_value', 'time-model T2\nx-array 10\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 'survival', 'time-model survival-3\nScans\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 'fdg', 'time-model FDG-polynomial\nfiles\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 'unknown', 'time-model DTI\nfiles:\nrun.bfloat\n@@\n@@\n')
+    put('fit_control', 'zero_direction', 'time-model DTI-NL\nfiles:\nrun.bfloat g.dti\n@@\n0 0 0 1000\n@@\n')
+    put('gradient_table', 'plain', b'\x00' + table.encode())
+    put('gradient_table', 'reversed', b'\x07' + table.encode())
+    put('gradient_table', 'rotated', b'\x1d' + table.encode())
+    put('gradient_table', 'one_line', b'\x28' + b'1 2 3 1000\n')
+    put('gradient_table', 'short', b'\x00' + b'1 2 3\n')
+    put('gradient_table', 'large', b'\x00' + b'1e20 0 0 1000 0 1e-30 0 1000 3e19 4e19 0 5\n')
+    put('gradient_table', 'zero', b'\x00' + b'0 0 0 1000\n')
+    put('registration_file', 'all', registration)
+    put('registration_file', 'deck', 'set registration-type deck-of-cards\n# comment\n\nset other 1\n'
+        'set registration-rotations 1 2\n')
+    put('registration_file', 'bad_orientation', 'set registration-orientation 1 0\n')
+    put('registration_file', 'large', 'set registration-orientation 7 -9 2147483647 1\n'
+        'set registration-rotations 1e30 -1e30 nan\n')
+
+    # The model's first line.
+    for name, text in [('glm', 'time-model glm\n'), ('rem', '# group\n\ntime-model MEM\n'),
+                       ('srtm', 'time-model LSRRM'), ('dv', 'time-model distribution-volume\n'),
+                       ('fit', 'time-model DTI-OLS\nfiles:\n'), ('none', 'time-model\n'),
+                       ('other', 'conditions 1\n'), ('empty', ''), ('number', '12 time-model glm\n')]:
+        put('time_model', name, text)
+
+    # PET regions: reference, target, the run's header.
+    header = 'x 2\ny 2\nz 1\nt 10\nstorage-type float\n'
+    put('pet_regions', 'both', '0 0 0\n1 0 0 0.5\n@@\n1 1 0\n0 1 0 0.25\n@@\n' + header)
+    put('pet_regions', 'outside', '2 0 0\n@@\n1 1 0\n@@\n' + header)
+    put('pet_regions', 'empty_target', '0 0 0\n@@\n@@\n' + header)
+    put('pet_regions', 'short_data', '0 0 0\n@@\n1 1 0\n@@\nx 20\ny 20\nz 1\nt 10\nstorage-type float\n')
+    put('pet_regions', 'huge', '0 0 0\n@@\n1 1 0\n@@\nx 40000\ny 40000\nz 1\nt 10\nstorage-type short\n')
+    put('pet_regions', 'claims_more', '0 0 0\n@@\n1 1 0\n@@\nx 46340\ny 4634\nz 1\nt 10\nstorage-type float\n')
+    put('pet_regions', 'frames', '0 0 0\n@@\n1 1 0\n@@\nx 2\ny 2\nz 1\nt 9\nstorage-type float\n')
+
+    # Wires.
+    put('wire_file', 'two', '0 0 0 1\n1 1 1 2\n2 2 2 1\n3 3 3 0\n1.5 -2.25 1e-7  3\n')
+    put('wire_file', 'large', '1e30 -1e-30 123456.789 1\n8.0000005 0.1 0.2 0\n')
+    put('wire_file', 'word', '0 0 0 1\nx\n')
+
+    # GLM models written back: keywords, run 1, run 2.
+    put('glm_roundtrip', 'shapes', 'baseline-terms 2\nnormalize-IRON\nIRF bold.irf\noutput-format zor\n@@\n'
+        '2\n\n1\n0 10\n12 16 2\n\n2 gamma 5 2\n4 1.5\n\n3 ramp-up\n2 6\n\n4 sine 8\n0 17\n'
+        '\n5 cosine 8\n0 17\n\n6 drug-IRF 4 2\n10 12 3\n\n7 baseline 3\n\n-1\n0 1\n9 9\n@@\n'
+        '2\n\n1\n4 8\n\n8 sigmoid 3\n6 2\n\n9 ramp-down\n0 4\n\n2 gamma 5 2\n10\n\n-1\n5 6\n')
+    put('glm_roundtrip', 'lossy', 'normalize-BOLD\n@@\n1.5\n\n1 exponential-down 4\n2 8 3\n\n2 table 1\n'
+        '\na interaction 1 2\n@@\n1.5\n\n1 exponential-down 4\n0 14\n')
+    put('glm_roundtrip', 'clipped', '@@\n2\n\n1\n17 30\n\nb baseline-exp-sat 0.5\n@@\n2\n\n1\n0.125 3\n')
 
 
 main()

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <sstream>
 #include <vector>
@@ -31,7 +32,9 @@ TEST(AffineMatrix, CosineAndSineOfQuarterTurns) {
   EXPECT_EQ(c, 0.0f);
   EXPECT_EQ(s, -1.0f);
   // Outside -1 to 2 both stay 0, 270 and -180 degrees included.
-  for (int k : {3, -2, 4, 7}) {
+  // Counts whose angle in degrees would not fit an int (a registration
+  // file's orientation is read as it stands) are no quarter turn either.
+  for (int k : {3, -2, 4, 7, INT_MAX, INT_MIN, INT_MIN + 1, INT_MIN + 2, 23860930, -23860930}) {
     define_cosine_sine(k, &c, &s);
     EXPECT_EQ(c, 0.0f) << k;
     EXPECT_EQ(s, 0.0f) << k;

@@ -394,6 +394,21 @@ TEST_F(FitGradients, NonZeroBWithZeroDirectionIsRefused) {
                                "\n");
 }
 
+TEST_F(FitGradients, DirectionsBeyondTheSquaresOfFloatsAreNormalised) {
+  // Squared, these components overflow or underflow a float; the direction
+  // is still the unit vector, and a tiny non-zero vector is no zero one.
+  FitRead r = tensor("", {{5, "1e20 0 0 1000\n0 -3e38 3e38 1000\n0 1e-30 0 800\n3e-39 0 4e-39 800\n"
+                               "1e20 1e20 0 0\n"}});
+  ASSERT_EQ(r.result, 0) << r.printed.out;
+  expect_point(0, 1, 0, 0, 1000);
+  expect_point(1, 0, -0.70710678f, 0.70710678f, 1000);
+  expect_point(2, 0, 1, 0, 800);
+  expect_point(3, 0.6f, 0, 0.8f, 800);
+  // A b-value of 0 keeps its vector as given.
+  EXPECT_EQ(FIT.xVector[0][4], 1e20f);
+  EXPECT_EQ(FIT.xVector[3][4], 0.0f);
+}
+
 TEST_F(FitGradients, ShortTableRepeatsItsLastRecord) {
   FitRead r = tensor("", {{4, "0 0 0 0\n0 0 1 700\n"}});
   ASSERT_EQ(r.result, 0) << r.printed.out;

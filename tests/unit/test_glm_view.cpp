@@ -456,8 +456,12 @@ TEST(GlmView, RegionTableColumnsOfTheModel) {
     const std::string new_line = extended.substr(at, end - at);
     at = end + 1;
     ASSERT_EQ(new_line.rfind(old_line + " ", 0), 0u) << lines;
-    if (lines == 0) EXPECT_EQ(new_line, old_line + " second");
-    if (old_line.rfind("new", 0) == 0) EXPECT_EQ(new_line, old_line + " ");
+    if (lines == 0) {
+      EXPECT_EQ(new_line, old_line + " second");
+    }
+    if (old_line.rfind("new", 0) == 0) {
+      EXPECT_EQ(new_line, old_line + " ");
+    }
   }
   EXPECT_EQ(at, extended.size());
   strcpy(ovl_root.name, "none");

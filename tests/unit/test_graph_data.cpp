@@ -298,6 +298,19 @@ TEST_F(GraphData, TimeSteppingWrapsThroughTheAnatomy) {
   anatomy_stack.nt = 0;
 }
 
+TEST_F(GraphData, TimeSteppingFromTheEndsOfTheIntRangeWraps) {
+  make_stack(IPOINT3D{2, 2, 1}, 3);
+  anatomy_stack.nt = 2;
+  open_graph(1);
+  set_mosaic_SpaceMatrix(INT_MIN);
+  decrement_graph_location(1);
+  EXPECT_EQ(graph.iTime, 2);
+  set_mosaic_SpaceMatrix(INT_MAX);
+  increment_graph_location(1);
+  EXPECT_EQ(graph.iTime, -2);
+  anatomy_stack.nt = 0;
+}
+
 TEST_F(GraphData, ProjectionSteppingWrapsAlongItsAxis) {
   make_stack(IPOINT3D{8, 6, 4}, 1);
   open_graph(0, 2);

@@ -477,7 +477,7 @@ TEST_F(FitView, FitResidueAndThePanelShowZeroForOutputsTheFitLeavesAlone) {
   SelectableText t{};
   t.FieldID = TEXTFIELD_PARAM_VALUES;
   update_SelectText_TimeSeriesModel(&t);
-  char expected[128];
+  char expected[sizeof FIT.param_name[0] + 64];
   snprintf(expected, sizeof expected, " %s = %6.3f ", FIT.param_name[0], 0.0);
   EXPECT_STREQ(t.string, expected);
   EXPECT_EQ(t.color, COLOR_WHITE);

@@ -662,4 +662,42 @@ TEST(PetRegions, ScaledShortDataUnderEitherHeaderByteOrder) {
   }
 }
 
+// A run whose header claims a far larger volume than its data file holds:
+// the regions are checked as usual and the read fails at the first missing
+// frame, without memory taken for the volume the header claims.
+TEST(PetRegions, HeaderClaimingMoreThanTheFileHoldsTakesNoMemoryForIt) {
+  PetModel m("", {simple_run("0\n1 R1\n\n", 4)});
+  ASSERT_EQ(m.read.result, 0) << m.read.printed.out;
+  const std::string data = m.s.path("run1.bfloat");
+  const std::string regions = "Read reference region data using overlay " + m.s.path("ref.ovl") +
+                              "\nRead target    region data using overlay " + m.s.path("target.ovl") + "\n";
+  std::vector<char> name(m.control.begin(), m.control.end());
+  name.push_back('\0');
+  auto read = [&] {
+    SRTM_engine_reset();
+    return SRTM_read_control_file(0, name.data());
+  };
+  m.s.text("run1.hdr", "x 46340\ny 4634\nz 1\nt 4\nstorage-type float\n");
+  ChildRun run = run_in_child(read, 20, size_t{1} << 30);
+  ASSERT_TRUE(run.finished);
+  EXPECT_EQ(run.result, 1);
+  EXPECT_EQ(run.out, regions + "Error reading time point 0 for file " + data + "\n");
+
+  // A bad region still speaks first, as it would for a file that holds its data.
+  m.s.text("target.ovl", "1 0 0 2\n");
+  run = run_in_child(read, 20, size_t{1} << 30);
+  ASSERT_TRUE(run.finished);
+  EXPECT_EQ(run.result, 1);
+  EXPECT_EQ(run.out, regions + "Error: use weight values <= 1. in overlays.\n");
+
+  // A file with two of its four frames fails at the third.
+  m.s.text("target.ovl", "1 0 0\n");
+  m.s.text("run1.hdr", "x 2\ny 2\nz 1\nt 4\nstorage-type float\n");
+  std::vector<float> two_frames(8, 1.0f);
+  write_binary_file(m.s.dir, "run1.bfloat", two_frames.data(), two_frames.size() * sizeof(float));
+  PetRead r = read_pet_control(m.control);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.printed.out, regions + "Error reading time point 2 for file " + data + "\n");
+}
+
 }  // namespace

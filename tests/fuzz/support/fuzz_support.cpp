@@ -135,6 +135,10 @@ void fuzz_reset(int which) {
   }
   if (which & FUZZ_RESET_REM) REM_engine_reset();
   if (which & FUZZ_RESET_SRTM) SRTM_engine_reset();
+  if (which & FUZZ_RESET_FIT) {
+    FIT_reset();
+    Alignment_reset();
+  }
 }
 
 void fuzz_shown_stack() {

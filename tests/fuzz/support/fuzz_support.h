@@ -32,7 +32,8 @@ enum {
   FUZZ_RESET_PROGRAM = 1,  // start-up, stacks, overlays, windows
   FUZZ_RESET_GLM = 2,
   FUZZ_RESET_REM = 4,
-  FUZZ_RESET_SRTM = 8
+  FUZZ_RESET_SRTM = 8,
+  FUZZ_RESET_FIT = 16  // the fit engine and the registration
 };
 void fuzz_reset(int which);
 // A 4 x 3 x 2 shown stack and fresh overlay records, for the region, wire
