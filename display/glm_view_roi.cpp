@@ -16,7 +16,7 @@ namespace {
 void write_extended_line(FILE *file, int *ibuffer, int *iloc, const std::string &text) {
   std::string line;
   create_new_ROI_line(ibuffer, text.c_str(), iloc, &line);
-  fputs(line.c_str(), file);
+  fwrite(line.data(), 1, line.size(), file);  // every byte of the old line, NUL included
 }
 
 std::string value_text(const char *format, float value) {

@@ -29,7 +29,7 @@ int write_REM_into_roi_file(int first_time, FILE *file, int *ibuffer) {
   std::string line;
   auto extend = [&](const std::string &text) {
     create_new_ROI_line(ibuffer, text.c_str(), &iloc, &line);
-    fputs(line.c_str(), file);
+    fwrite(line.data(), 1, line.size(), file);  // every byte of the old line, NUL included
   };
   auto fit_block = [&](const char *heading) {
     if (first_time)

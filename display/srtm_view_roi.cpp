@@ -35,7 +35,7 @@ int write_SRTM_into_roi_file(int first_time, FILE *file, int *ibuffer) {
   std::string line;
   auto extend = [&](const std::string &text) {
     create_new_ROI_line(ibuffer, text.c_str(), &iloc, &line);
-    fputs(line.c_str(), file);
+    fwrite(line.data(), 1, line.size(), file);  // every byte of the old line, NUL included
   };
   if (first_time)
     fprintf(file, "i x %s\n", ovl_root.name);

@@ -96,7 +96,7 @@ std::string number_text(const char *format, float a, float b) {
 void put_extended(FILE *file, int *ibuffer, int *iloc, const std::string &text) {
   std::string line;
   create_new_ROI_line(ibuffer, text.c_str(), iloc, &line);
-  fputs(line.c_str(), file);
+  fwrite(line.data(), 1, line.size(), file);  // every byte of the old line, NUL included
 }
 
 // The time course without a model's columns: i, x and y, then y alone.

@@ -36,3 +36,10 @@ dict time_model util/time_model_file.cpp
 dict pet_regions util/native_header.cpp srtm/srtm_regions.cpp
 dict glm_roundtrip glm/glm_control_file.cpp glm/glm_events.cpp
 dict wire_file util/wire_files.cpp
+dict help_files display/help_system.cpp
+printf '%s\n' '"!0 0\x0a"' '"!1 0\x0a"' '"!1 1\x0a"' '"! 3 1\x0a"' '"> more.txt\x0a"' '"b\x0a"' '"q\x0a"' \
+  >>"$out/help_files.dict"
+dict result_tables display/common/roi_tables.cpp
+printf '%s\n' '"\x0a"' '"\x00"' '"\x0d\x0a"' >>"$out/result_tables.dict"
+dict gzip_volume util/volume_source.cpp util/nifti_header.cpp
+printf '%s\n' '"\x1f\x8b\x08\x00"' '"\x03\x00"' '"n+1\x00"' >>"$out/gzip_volume.dict"

@@ -229,5 +229,56 @@ def main():
         '\na interaction 1 2\n@@\n1.5\n\n1 exponential-down 4\n0 14\n')
     put('glm_roundtrip', 'clipped', '@@\n2\n\n1\n17 30\n\nb baseline-exp-sat 0.5\n@@\n2\n\n1\n0.125 3\n')
 
+    # Help: answers typed at the prompts, the root menu, the linked menu, the
+    # question-mark file.
+    doc = os.path.join(HERE, '..', '..', 'documentation')
+    def text(name):
+        return open(os.path.join(doc, name), encoding='latin-1').read()
+    menu, files, qm = text('zorview-menu.txt'), text('zorview-files.txt'), text('zorview-question-mark.txt')
+    links = []
+    head = None
+    for line in menu.split('\n'):
+        if line.startswith('!'):
+            head = line[1:].split()
+        elif line.startswith('>') and head:
+            links.append(head)
+    linked = menu.replace('>zorview-models.txt', '>more.txt').replace('>zorview-files.txt', '>more.txt')
+    put('help_files', 'browse', '1\nb\n0\nq\n@@\n' + menu + '@@\n' + files + '@@\n' + qm)
+    put('help_files', 'every_menu', ''.join('%d\n1\n2\nb\nb\n' % k for k in range(1, 9)) + 'q\n@@\n'
+        + menu + '@@\n' + files + '@@\n' + qm)
+    for m, i in links[:2]:
+        put('help_files', 'link_%s_%s' % (m, i), '%s\n%s\n2\nb\nq\nq\n@@\n' % (m, i) + linked + '@@\n'
+            + text('zorview-models.txt') + '@@\n' + qm)
+    put('help_files', 'link_loop', '%s\n%s\n%s\n%s\nq\n@@\n' % (links[0][0], links[0][1], links[0][0], links[0][1])
+        + linked + '@@\n' + linked + '@@\n! 3 1\nfound\n\n')
+    put('help_files', 'out_of_order', '1\nq\n@@\n!0 0\nroot\n!2 0\nskipped\n@@\n!0 0\n!0 2\n@@\n! 3 1\n')
+    put('help_files', 'bad_option', '9\n-1\n1\n7\n\n@@\n!0 0\nroot\n!1 0\none\n!1 1\nitem\n@@\n@@\n')
+    put('help_files', 'empty', '')
+
+    # Result tables: an old table that the next region extends.
+    put('result_tables', 'plain', 'i x a\n0 0 1\n1 1 2\n2 2 3\n')
+    put('result_tables', 'two_columns', 'i x a b\n0 0 1 4\n1 1 2 5\n2 2 3 6\n')
+    put('result_tables', 'shorter', 'i x a\n0 0 1\n')
+    put('result_tables', 'longer', 'i x a\n' + ''.join('%d %d %d\n' % (k, k, k) for k in range(9)))
+    put('result_tables', 'no_newline', 'i x a\n0 0 1')
+    put('result_tables', 'crlf', 'i x a\r\n0 0 1\r\n1 1 2\r\n')
+    put('result_tables', 'nul', 'i x a\n0 0\0 1\n1 1 2\n')
+    put('result_tables', 'long_line', 'i x ' + 'a' * 5000 + '\n0 0 1\n')
+    put('result_tables', 'empty', '')
+
+    # Compressed volumes: nibabel's own and the volume seeds above, compressed.
+    for name in ['standard.nii.gz', 'example_nifti2.nii.gz']:
+        put('gzip_volume', 'nibabel_' + name, open(os.path.join(NIBABEL, name), 'rb').read())
+    for name in ['small_25.nii.gz']:
+        put('gzip_volume', 'dipy_' + name, open(os.path.join(DIPY, name), 'rb').read())
+    for name in ['float4d.nii', 'short.nii', 'double.nii', 'int32_big.nii', 'truncated.nii', 'rgb.nii']:
+        raw = open(os.path.join(HERE, 'corpus', 'nifti_single', name), 'rb').read()
+        put('gzip_volume', name + '.gz', gzip.compress(raw, mtime=0))
+    whole = gzip.compress(single((4, 3, 2, 2)), mtime=0)
+    put('gzip_volume', 'cut_stream.nii.gz', whole[:len(whole) // 2])
+    put('gzip_volume', 'bad_crc.nii.gz', whole[:-8] + bytes(8))
+    put('gzip_volume', 'two_members.nii.gz', whole + gzip.compress(b'trailing', mtime=0))
+    put('gzip_volume', 'not_compressed.nii.gz', single((4, 3, 2)))
+
 
 main()

@@ -158,6 +158,18 @@ TEST_F(RoiTables, AShortenedTableIsNotReadPastItsEnd) {
   EXPECT_EQ(read_file(".roi"), "i x a b\n0 0 0 1\n 1001\n 2001\n 3001\n");
 }
 
+TEST_F(RoiTables, ANulByteInTheOldTableIsKeptWithTheRestOfItsLine) {
+  int result;
+  region("a", {IPOINT3D{0, 0, 0}});
+  write(".roi", &result);
+  const std::string edited = std::string("i x a\n0 0") + '\0' + " 0\n1 1 1000\n";
+  std::ofstream(".roi", std::ios::binary) << edited;  // a NUL byte inside the second line
+  region("b", {IPOINT3D{1, 0, 0}});
+  write(".roi", &result);
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(read_file(".roi"), std::string("i x a b\n0 0") + '\0' + " 0 1\n1 1 1000 1001\n 2001\n 3001\n");
+}
+
 TEST_F(RoiTables, MessagesOfTablesThatCannotBeOpened) {
   int result;
   region("r", {IPOINT3D{0, 0, 0}});
