@@ -233,13 +233,23 @@ int GLM_fit_voxels_coefficients(int nvoxels, int ntime, const float *series, int
   }
   // The model is only read: the voxels are shared out in runs, each fitted
   // into its own buffers exactly as it would be alone.
+  // A chunk of voxels is fitted, then the statistics of its voxels are
+  // worked out together.
   const FitCopies &d = fit_copies(ntime);
+  const int nc = GLM.ncoeff;
+  constexpr int CHUNK = 128;
   auto run = [&](int first, int last) {
-    std::vector<float> beta((size_t)(GLM.ncoeff > 0 ? GLM.ncoeff : 1)), own_fit(n), residue(n), weighted;
-    for (int v = first; v < last; v++) {
-      float s2;
-      fit_series(d, ntime, series + (size_t)v * n, beta.data(), own_fit.data(), residue.data(), &s2, weighted);
-      store(v, s2, beta.data());
+    std::vector<float> beta((size_t)(nc > 0 ? nc : 1) * CHUNK), s2(CHUNK), own_fit(n), residue(n), weighted;
+    for (int c0 = first; c0 < last; c0 += CHUNK) {
+      const int count = last - c0 < CHUNK ? last - c0 : CHUNK;
+      for (int j = 0; j < count; j++)
+        fit_series(d, ntime, series + (size_t)(c0 + j) * n, &beta[(size_t)j * nc], own_fit.data(), residue.data(),
+                   &s2[j], weighted);
+      if (sigma2) memcpy(sigma2 + c0, s2.data(), sizeof(float) * (size_t)count);
+      if (coefficients)
+        memcpy(coefficients + (size_t)c0 * nc, beta.data(), sizeof(float) * (size_t)count * (size_t)nc);
+      if (statistics)
+        glm_voxels_statistics(count, beta.data(), s2.data(), resels, statistics + (size_t)c0 * nconditions * 6);
     }
   };
   int parts = nthreads < 1 ? 1 : nthreads;

@@ -103,31 +103,32 @@ int GLM_fit_volume_voxels(int first, int nvoxels, int ntime, const float *const 
   const VolumeModel m = volume_model(ntime);
   const int nc = m.ncoeff;
 
-  auto run = [&](int a, int e) {  // blocks of voxels a..e-1, relative to first
+  // Blocks of voxels a..e-1, relative to first, a chunk of blocks at a
+  // time: the statistics of a chunk's voxels are then worked out together.
+  constexpr int CHUNK = 32 * LANES;
+  auto run = [&](int a, int e) {
     std::vector<float> beta_store((size_t)(nc > 0 ? nc : 1) * LANES);
     lanes *beta = reinterpret_cast<lanes *>(beta_store.data());
-    std::vector<float> own((size_t)(nc > 0 ? nc : 1));
-    for (int b = a; b < e; b += LANES) {
-      const int count = e - b < LANES ? e - b : LANES;
-      lanes s2;
-      fit_lanes(m, volumes, first + b, count, beta, &s2);
-      for (int j = 0; j < count; j++) {
-        const int v = b + j;
-        for (int c = 0; c < nc; c++) own[c] = beta[c][j];
-        if (sigma2) sigma2[v] = s2[j];
-        if (coefficients) memcpy(coefficients + (size_t)v * nc, own.data(), sizeof(float) * (size_t)nc);
-        if (!statistics) continue;
-        for (int k = 0; k < nconditions; k++) {
-          float *out = statistics + ((size_t)v * nconditions + k) * 6;
-          if (s2[j] == 0.0f) {
-            out[0] = out[1] = out[4] = out[5] = 0.0f;
-            out[2] = out[3] = 1.0f;
-            continue;
-          }
-          glm_condition_statistics(own.data(), s2[j], resels, k, &out[0], &out[1], &out[2], &out[3], &out[4],
-                                   &out[5]);
+    std::vector<float> chunk_beta((size_t)(nc > 0 ? nc : 1) * CHUNK), chunk_s2(CHUNK);
+    for (int c0 = a; c0 < e; c0 += CHUNK) {
+      const int c1 = e - c0 < CHUNK ? e : c0 + CHUNK;
+      for (int b = c0; b < c1; b += LANES) {
+        const int count = c1 - b < LANES ? c1 - b : LANES;
+        lanes s2;
+        fit_lanes(m, volumes, first + b, count, beta, &s2);
+        for (int j = 0; j < count; j++) {
+          float *own = &chunk_beta[(size_t)(b - c0 + j) * nc];
+          for (int c = 0; c < nc; c++) own[c] = beta[c][j];
+          chunk_s2[b - c0 + j] = s2[j];
         }
       }
+      const int count = c1 - c0;
+      if (sigma2) memcpy(sigma2 + c0, chunk_s2.data(), sizeof(float) * (size_t)count);
+      if (coefficients)
+        memcpy(coefficients + (size_t)c0 * nc, chunk_beta.data(), sizeof(float) * (size_t)count * (size_t)nc);
+      if (statistics)
+        glm_voxels_statistics(count, chunk_beta.data(), chunk_s2.data(), resels,
+                              statistics + (size_t)c0 * nconditions * 6);
     }
   };
   // Parts of whole blocks, one per thread.

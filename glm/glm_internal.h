@@ -27,6 +27,14 @@ int glm_contrast_columns(void);
 void glm_condition_statistics(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
                               float *cnr, float *p_raw, float *p_cor, float *effect_size, float *effect_sem);
 
+// The statistics of every condition at count voxels, each the values
+// glm_condition_statistics gives (or those of no fit where the noise
+// variance is 0): coefficients count x ncoeff, statistics count x
+// nconditions x 6 in the order F, cnr, p, corrected p, effect size, its
+// error.
+void glm_voxels_statistics(int count, const float *coefficients, const float *sigma2, int resels,
+                           float *statistics);
+
 // Bumped each time the model's matrices are completed, so that copies made
 // from them (the fit's column-major design) know when they are stale.
 extern unsigned long glm_model_generation;

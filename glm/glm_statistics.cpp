@@ -47,10 +47,14 @@ int GLM_calculate_F(int ntime, float sigma2, int resels, int lCondition, float *
   return 0;
 }
 
-void glm_condition_statistics(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
-                              float *cnr, float *p_raw, float *p_cor, float *effect_size, float *effect_sem) {
+namespace {
+
+// Everything of a condition's statistics but the integral behind p: the
+// argument x of that integral and its two degrees of freedom instead.
+void statistics_before_p(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
+                         float *cnr, float *p_cor, float *effect_size, float *effect_sem, float *x_out,
+                         float *df1_out, float *df2_out) {
   const float ec3constant = 0.1169f;
-  const float too_small = too_small_value();
   int **C = GLM.contrast_matrix[lCondition];
   float **covar = GLM.FCovar[lCondition], **covar_inv = GLM.FCovarInv[lCondition];
   int nrows = GLM.ncontrasts[lCondition];
@@ -86,9 +90,14 @@ void glm_condition_statistics(const float *coefficients, float sigma2, int resel
 
   float x = df2 / (df1 * F + df2);
   if (!(x >= 0 && x <= 1)) x = 1;
-  // Without degrees of freedom left the integral is undefined; its value at
-  // x = 1 stands for it.
-  double beta = df2 > 0 ? ibeta(df2 * 0.5, 0.5 * df1, x) : 1.0;
+  *x_out = x;
+  *df1_out = df1;
+  *df2_out = df2;
+}
+
+// The p values from the integral's value.
+void statistics_after_p(double beta, float df1, float *p_raw, float *p_cor) {
+  const float too_small = too_small_value();
   if (df1 == 1) {
     *p_raw = beta;
   } else {
@@ -99,4 +108,54 @@ void glm_condition_statistics(const float *coefficients, float sigma2, int resel
   if (*p_cor > 1 || *p_cor < 0) *p_cor = 1;
   if (*p_raw < too_small) *p_raw = too_small;
   if (*p_cor < too_small) *p_cor = too_small;
+}
+
+}  // namespace
+
+void glm_condition_statistics(const float *coefficients, float sigma2, int resels, int lCondition, float *Fstat,
+                              float *cnr, float *p_raw, float *p_cor, float *effect_size, float *effect_sem) {
+  float x, df1, df2;
+  statistics_before_p(coefficients, sigma2, resels, lCondition, Fstat, cnr, p_cor, effect_size, effect_sem, &x,
+                      &df1, &df2);
+  // Without degrees of freedom left the integral is undefined; its value at
+  // x = 1 stands for it.
+  double beta = df2 > 0 ? ibeta(df2 * 0.5, 0.5 * df1, x) : 1.0;
+  statistics_after_p(beta, df1, p_raw, p_cor);
+}
+
+void glm_voxels_statistics(int count, const float *coefficients, const float *sigma2, int resels,
+                           float *statistics) {
+  const int nconditions = GLM.nconditions, ncoeff = GLM.ncoeff;
+  thread_local std::vector<double> x, beta;
+  thread_local std::vector<int> fitted;
+  x.resize((size_t)(count > 0 ? count : 0));
+  beta.resize(x.size());
+  fitted.resize(x.size());
+  for (int k = 0; k < nconditions; k++) {
+    int n = 0;
+    float df1 = 1.0f, df2 = 0.0f;
+    for (int v = 0; v < count; v++) {
+      float *out = statistics + ((size_t)v * nconditions + k) * 6;
+      if (sigma2[v] == 0.0f) {
+        out[0] = out[1] = out[4] = out[5] = 0.0f;
+        out[2] = out[3] = 1.0f;
+        continue;
+      }
+      float xv;
+      statistics_before_p(coefficients + (size_t)v * ncoeff, sigma2[v], resels, k, &out[0], &out[1], &out[3],
+                          &out[4], &out[5], &xv, &df1, &df2);
+      x[n] = xv;
+      fitted[n++] = v;
+    }
+    if (n == 0) continue;
+    // The degrees of freedom are the condition's, the same at every voxel.
+    if (df2 > 0)
+      ibeta_many(df2 * 0.5, 0.5 * df1, n, x.data(), beta.data());
+    else
+      for (int i = 0; i < n; i++) beta[i] = 1.0;
+    for (int i = 0; i < n; i++) {
+      float *out = statistics + ((size_t)fitted[i] * nconditions + k) * 6;
+      statistics_after_p(beta[i], df1, &out[2], &out[3]);
+    }
+  }
 }

@@ -10,6 +10,9 @@
 // the run with status 1 after a message.
 double ibeta(double a, double b, double x);
 
+// out[i] = ibeta(a, b, x[i]) for i below n, to the bit, several at a time.
+void ibeta_many(double a, double b, int n, const double *x, double *out);
+
 // exp(-(x² + y²)/(2·sigma²)).
 double Gauss(double x, double y, double sigma);
 

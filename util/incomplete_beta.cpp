@@ -5,19 +5,20 @@
 #include <cmath>
 #include <cstdio>
 
+#include "incomplete_beta_parts.h"
 #include "zor_exit.h"
 #include "zor_special.h"
 
 namespace {
 
-constexpr double kMachEp = 1.1102230246251565e-16;  // 2^-53
+constexpr double kMachEp = kIbetaMachEp;
 constexpr double kMaxGam = 171.6243769563027;       // tgamma overflows above
 constexpr double kMaxLog = 709.782712893384;        // log of the largest double
 constexpr double kMinLog = -745.1332191019412;      // log of the smallest denormal
-constexpr double kBig = 4503599627370496.0;         // 2^52
-constexpr double kBigInv = 2.220446049250313e-16;   // 2^-52
-constexpr double kThresh = 3.3306690738754696e-16;  // 3·kMachEp
-constexpr int kMaxRounds = 300;
+constexpr double kBig = kIbetaBig;
+constexpr double kBigInv = kIbetaBigInv;
+constexpr double kThresh = kIbetaThresh;
+constexpr int kMaxRounds = kIbetaMaxRounds;
 
 // The largest double below 1, used when 1 - t would lose everything.
 constexpr double kBelowOne = 1.0 - kMachEp;
@@ -152,8 +153,10 @@ const GammaTerms &log_gammas(double a, double b) {
   return g;
 }
 
-// Power series, for b·x at most 1 and x at most 0.95.
-double pseries(double a, double b, double x) {
+}  // namespace
+
+// The power series' sum, for b·x at most 1 and x at most 0.95.
+double ibeta_series_sum(double a, double b, double x) {
   const double ai = 1.0 / a;
   double u = (1.0 - b) * x;
   double v = u / (a + 1.0);
@@ -171,36 +174,42 @@ double pseries(double a, double b, double x) {
   }
   s += t1;
   s += ai;
+  return s;
+}
 
-  u = a * log(x);
+// The series' value from its sum s.
+static double ibeta_series_value(double a, double b, double x, double s) {
+  double u = a * log(x);
   if (a + b < kMaxGam && fabs(u) < kMaxLog) {
-    t = gamma_ratio(a, b);
+    const double t = gamma_ratio(a, b);
     return s * t * pow(x, a);
   }
   const GammaTerms &g = log_gammas(a, b);
-  t = g.log_ab - g.log_a - g.log_b + u + log(s);
+  const double t = g.log_ab - g.log_a - g.log_b + u + log(s);
   return t < kMinLog ? 0.0 : exp(t);
 }
 
-double one_minus(double t) { return t <= kMachEp ? kBelowOne : 1.0 - t; }
+static double ibeta_one_minus(double t) { return t <= kMachEp ? kBelowOne : 1.0 - t; }
 
-}  // namespace
-
-double ibeta(double a, double b, double x) {
-  if (a <= 0.0 || b <= 0.0) {
-    printf("ibeta: Domain error!, a = %g, b = %g\n", a, b);
-    zor_exit(1);
-  }
+IbetaCase ibeta_case(double a, double b, double x) {
+  IbetaCase c;
+  c.a = a, c.b = b, c.x = x;
   // Callers clamp x to [0, 1]; anything beyond is taken as the nearer end.
-  if (x <= 0.0) return 0.0;
-  if (x >= 1.0) return 1.0;
-
-  if (b * x <= 1.0 && x <= 0.95) return pseries(a, b, x);
-
+  if (x <= 0.0) {
+    c.kind = IBETA_VALUE, c.value = 0.0;
+    return c;
+  }
+  if (x >= 1.0) {
+    c.kind = IBETA_VALUE, c.value = 1.0;
+    return c;
+  }
+  if (b * x <= 1.0 && x <= 0.95) {
+    c.kind = IBETA_SERIES;
+    return c;
+  }
   double w = 1.0 - x;
-  bool flipped = false;
   if (x > a / (a + b)) {
-    flipped = true;
+    c.flipped = true;
     const double swap_ab = a;
     a = b;
     b = swap_ab;
@@ -208,15 +217,19 @@ double ibeta(double a, double b, double x) {
     x = w;
     w = swap_x;
   }
-
-  if (flipped && b * x <= 1.0 && x <= 0.95) return one_minus(pseries(a, b, x));
-
-  double fraction;
-  if ((a + b - 2.0) * x - (a - 1.0) < 0.0)
-    fraction = incbcf(a, b, x);
+  c.a = a, c.b = b, c.x = x, c.w = w;
+  if (c.flipped && b * x <= 1.0 && x <= 0.95)
+    c.kind = IBETA_SERIES;
+  else if ((a + b - 2.0) * x - (a - 1.0) < 0.0)
+    c.kind = IBETA_FRACTION_X;
   else
-    fraction = incbd(a, b, x) / w;
+    c.kind = IBETA_FRACTION_RATIO;
+  return c;
+}
 
+double ibeta_fraction_value(const IbetaCase &c, double fraction) {
+  const double a = c.a, b = c.b, x = c.x, w = c.w;
+  if (c.kind == IBETA_FRACTION_RATIO) fraction /= w;
   // Multiply by x^a (1-x)^b Γ(a+b) / (a Γ(a) Γ(b)).
   double y = a * log(x);
   double t = b * log(w);
@@ -232,5 +245,24 @@ double ibeta(double a, double b, double x) {
     y += log(fraction / a);
     t = y < kMinLog ? 0.0 : exp(y);
   }
-  return flipped ? one_minus(t) : t;
+  return c.flipped ? ibeta_one_minus(t) : t;
+}
+
+double ibeta_series_result(const IbetaCase &c, double s) {
+  const double value = ibeta_series_value(c.a, c.b, c.x, s);
+  return c.flipped ? ibeta_one_minus(value) : value;
+}
+
+double ibeta(double a, double b, double x) {
+  if (a <= 0.0 || b <= 0.0) {
+    printf("ibeta: Domain error!, a = %g, b = %g\n", a, b);
+    zor_exit(1);
+  }
+  const IbetaCase c = ibeta_case(a, b, x);
+  switch (c.kind) {
+    case IBETA_VALUE: return c.value;
+    case IBETA_SERIES: return ibeta_series_result(c, ibeta_series_sum(c.a, c.b, c.x));
+    case IBETA_FRACTION_X: return ibeta_fraction_value(c, incbcf(c.a, c.b, c.x));
+    default: return ibeta_fraction_value(c, incbd(c.a, c.b, c.x));
+  }
 }

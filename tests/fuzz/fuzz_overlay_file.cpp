@@ -22,8 +22,9 @@ std::string region_text() {
   std::string s;
   char line[96];
   for (int i = 0; i < 24; i++) {
-    // The file holds the voxels of non-zero weight only.
-    const float w = overlay_map.weight[i];
+    // The file holds the voxels of non-zero weight only; a weight read as
+    // "-0" is no weight either, and comes back as 0.
+    const float w = overlay_map.weight[i] == 0.0f ? 0.0f : overlay_map.weight[i];
     snprintf(line, sizeof line, "%d %g %d\n", i, w, w != 0.0f ? overlay_map.color[i] : 0);
     s += line;
   }

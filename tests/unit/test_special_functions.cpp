@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
+#include <random>
+#include <vector>
 
 #include "test_support.h"
 #include "zor.h"
@@ -37,6 +39,61 @@ TEST(IncompleteBeta, FarUpperTailIsJustBelowOne) {
 
 TEST(IncompleteBeta, FarLowerTailUnderflowsToZero) {
   EXPECT_EQ(ibeta(300.0, 0.5, 0.01), 0.0);
+}
+
+// Bit patterns, so that NaNs compare too.
+uint64_t bits_of(double v) {
+  uint64_t b;
+  memcpy(&b, &v, sizeof b);
+  return b;
+}
+
+// Every value of ibeta_many against ibeta's own, for one pair (a, b).
+void expect_many_equals_one_by_one(double a, double b, const std::vector<double> &x) {
+  std::vector<double> out(x.size(), -7.0);
+  ibeta_many(a, b, (int)x.size(), x.data(), out.data());
+  for (size_t i = 0; i < x.size(); i++)
+    ASSERT_EQ(bits_of(out[i]), bits_of(ibeta(a, b, x[i]))) << "a " << a << " b " << b << " x " << x[i];
+}
+
+TEST(IncompleteBetaMany, EqualsOneValueAtATimeOnEveryExpansion) {
+  std::mt19937_64 random(20261123);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  // Shapes of maps (half the residual and contrast degrees of freedom),
+  // small and large shapes, and shapes whose prefactor needs logarithms.
+  const double shapes[][2] = {{145.0, 0.5}, {145.0, 1.0}, {0.5, 145.0}, {2.5, 7.0},  {1.0, 1.0},
+                              {0.3, 0.2},   {12.5, 12.5}, {300.0, 0.5}, {90.0, 95.0}, {1e-3, 4.0},
+                              {400.0, 350.0}, {2e3, 1.5},  {7.0, 1e4},   {1.0, 300.0}, {3.0, 1.0}};
+  for (const auto &shape : shapes) {
+    std::vector<double> x;
+    for (int i = 0; i < 3000; i++) {
+      const double u = unit(random);
+      // Uniform, packed towards either end, and the float grid a map's x lies on.
+      x.push_back(i % 3 == 0 ? u : i % 3 == 1 ? std::pow(u, 8.0) : (double)(float)(1.0 - std::pow(u, 6.0)));
+    }
+    for (double e : {0.0, 1.0, -0.5, 1.5, 1e-300, 4.9e-324, 0.95, std::nextafter(0.95, 1.0), 0.5,
+                     shape[0] / (shape[0] + shape[1]), std::nextafter(1.0, 0.0),
+                     std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()})
+      x.push_back(e);
+    expect_many_equals_one_by_one(shape[0], shape[1], x);
+  }
+}
+
+TEST(IncompleteBetaMany, AnyCountAndOrderOfKinds) {
+  // Counts that leave lanes empty, and the kinds interleaved.
+  for (int n = 0; n <= 9; n++) {
+    std::vector<double> x;
+    for (int i = 0; i < n; i++) x.push_back(i % 2 ? 0.97 + 0.003 * i : 0.1 * i);
+    expect_many_equals_one_by_one(145.0, 0.5, x);
+  }
+}
+
+TEST(IncompleteBetaMany, DomainErrorEndsTheRun) {
+  const double x[2] = {0.5, 0.25};
+  double out[2];
+  Captured c = capture_output([&] { ibeta_many(0.0, 2.0, 2, x, out); });
+  EXPECT_EQ(c.exit_status, 1);
+  EXPECT_EQ(c.out, "ibeta: Domain error!, a = 0, b = 2\n");
 }
 
 TEST(IncompleteBeta, DomainErrorEndsTheRun) {
