@@ -280,5 +280,13 @@ def main():
     put('gzip_volume', 'two_members.nii.gz', whole + gzip.compress(b'trailing', mtime=0))
     put('gzip_volume', 'not_compressed.nii.gz', single((4, 3, 2)))
 
+    # Pictures: width and height bytes, then the colours.
+    put('png_writer', 'empty', b'')
+    put('png_writer', 'no_height', bytes([5, 0, 1, 2, 3]))
+    put('png_writer', 'one_pixel', bytes([1, 1, 0xff, 0x12, 0x34, 0x56]))
+    put('png_writer', 'largest', bytes([96, 96]) + bytes(range(256)))
+    put('png_writer', 'one_row', bytes([96, 1, 0, 0, 0, 0xff, 0xff, 0xff, 0xff, 0]))
+    put('png_writer', 'no_colours', bytes([7, 3]))
+
 
 main()
