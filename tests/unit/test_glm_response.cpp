@@ -208,7 +208,15 @@ TEST_F(ResponseFunctions, ZeroOrNotANumberStepRefused) {
   f = s.text("c.irf", "1e30 1e-10 2\n3 4\n1 1\n");
   r = read_hrf(f);
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Error: the IRF file " + f + " asks for more than 10000000 samples.\n");
+  EXPECT_EQ(r.out, "Error: the IRF file " + f + " asks for more than 1000000 samples.\n");
+  // Just over a million samples (an input the fuzzer found took seconds to tabulate).
+  f = s.text("d.irf", "500001 .5 2\n3 4\n1 1\n");
+  r = read_hrf(f);
+  EXPECT_EQ(r.result, 1);
+  EXPECT_EQ(r.out, "Error: the IRF file " + f + " asks for more than 1000000 samples.\n");
+  f = s.text("e.irf", "500000 .5 2\n3 4\n1 1\n");
+  r = read_hrf(f);
+  EXPECT_EQ(r.result, 0) << r.out;
 }
 
 TEST_F(ResponseFunctions, ReadingAgainReplacesTheKernel) {
