@@ -405,6 +405,10 @@ void define_graph_cursor_location(int x2d, int y2d) {
     graph.icursor.x =
         round_to_int((float)last * (graph.cursor.x - graph.Min.x) / (graph.Max.x - graph.Min.x));
   }
+  // An axis without span (one time point) puts the pointer at no number
+  // along it: it is then over the first point, not at the end of the int
+  // range.
+  if (graph.icursor.x == INT_MIN) graph.icursor.x = 0;
 }
 
 void set_graph_location(void) {

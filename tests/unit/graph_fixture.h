@@ -79,6 +79,7 @@ class GraphFixture : public ::testing::Test {
     graph_actions_reset();
     image_actions_reset();
     rescale_image_reset();
+    roi_files_reset();
     contrast_low = 0.0f;
     contrast_high = 1.0f;
     image_scale_min = 0.0f;

@@ -256,6 +256,21 @@ TEST_F(GraphData, PointerOverThePlotGivesTheNearestTimePoint) {
   EXPECT_GT(graph.icursor.x, 10);
 }
 
+TEST_F(GraphData, PointerOverTheGraphOfOneTimePointGivesThatPoint) {
+  // One time point: the axis has no span, and the pointer's place along it
+  // is no number.
+  make_stack(IPOINT3D{2, 2, 1}, 1);
+  open_graph(1);
+  compute_graph_limits();
+  graph.cursor_selection = GRAPH_CURSOR_WINDOW;
+  for (int x : {0, 200, 399}) {
+    define_graph_cursor_location(x, 15 + 100);
+    EXPECT_EQ(graph.icursor.x, 0) << x;
+  }
+  set_graph_location();
+  EXPECT_EQ(graph.iTime, 0);
+}
+
 TEST_F(GraphData, ClickInTheTopStripBeyondAnyFieldIsOnNothing) {
   make_stack(IPOINT3D{2, 2, 1}, 11);
   open_graph(1);
