@@ -2,6 +2,7 @@
 // side by side: each lane of the vectors below is one voxel and does the
 // products and sums of that voxel's own fit, in the same order, so that each
 // value is the one a fit of that voxel alone gives.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <thread>
@@ -13,6 +14,8 @@
 namespace {
 
 constexpr int LANES = 8;
+// How far ahead, in voxels, the volumes are read before they are needed.
+constexpr int PREFETCH_AHEAD = 8 * LANES;
 // Unaligned, so that the vectors can live anywhere in memory.
 typedef float lanes __attribute__((vector_size(LANES * sizeof(float)), aligned(4)));
 
@@ -60,6 +63,10 @@ void fit_lanes(const VolumeModel &m, const float *const *volumes, int v, int cou
       memcpy(&y, volumes[t] + v, sizeof y);
     else
       for (int j = 0; j < count; j++) y[j] = volumes[t][v + j];
+    // The voxels a few blocks on are fetched meanwhile: each time point's
+    // volume lies far from the last.
+    // (In integers: past the last voxel there is no array to point into.)
+    __builtin_prefetch((const void *)((uintptr_t)(volumes[t] + v) + PREFETCH_AHEAD * sizeof(float)));
     const lanes w = m.weight[t] * y;
     const float *p = &m.pinv[(size_t)t * nc];
     for (int c = 0; c < nc; c++) beta[c] += p[c] * w;
