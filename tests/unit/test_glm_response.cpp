@@ -197,26 +197,24 @@ TEST_F(ResponseFunctions, BadLines) {
 
 TEST_F(ResponseFunctions, ZeroOrNotANumberStepRefused) {
   GlmStudy s;
-  std::string f = s.text("a.irf", "10 0 2\n3 4\n1 1\n");
-  HrfRead r = read_hrf(f);
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Error: the time step (0) in the IRF file " + f + " must be > 0.\n");
-  f = s.text("b.irf", "10 1 nan\n3 4\n1 1\n");
-  r = read_hrf(f);
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Error: the IRF file " + f + " holds a value that is not a number.\n");
-  f = s.text("c.irf", "1e30 1e-10 2\n3 4\n1 1\n");
-  r = read_hrf(f);
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Error: the IRF file " + f + " asks for more than 1000000 samples.\n");
-  // Just over a million samples (an input the fuzzer found took seconds to tabulate).
-  f = s.text("d.irf", "500001 .5 2\n3 4\n1 1\n");
-  r = read_hrf(f);
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Error: the IRF file " + f + " asks for more than 1000000 samples.\n");
-  f = s.text("e.irf", "500000 .5 2\n3 4\n1 1\n");
-  r = read_hrf(f);
-  EXPECT_EQ(r.result, 0) << r.out;
+  // Each file with the message that refuses it ("%s" stands for the file's name).
+  const std::pair<std::string, std::string> refused[] = {
+      {"10 0 2\n3 4\n1 1\n", "Error: the time step (0) in the IRF file %s must be > 0.\n"},
+      {"10 1 nan\n3 4\n1 1\n", "Error: the IRF file %s holds a value that is not a number.\n"},
+      {"1e30 1e-10 2\n3 4\n1 1\n", "Error: the IRF file %s asks for more than 1000000 samples.\n"},
+      // Just over a million samples (an input the fuzzer found took seconds to tabulate).
+      {"500001 .5 2\n3 4\n1 1\n", "Error: the IRF file %s asks for more than 1000000 samples.\n"}};
+  int k = 0;
+  for (const auto &[text, message] : refused) {
+    const std::string f = s.text("r" + std::to_string(k++) + ".irf", text);
+    HrfRead r = read_hrf(f);
+    EXPECT_EQ(r.result, 1) << text;
+    std::string expected = message;
+    expected.replace(expected.find("%s"), 2, f);
+    EXPECT_EQ(r.out, expected);
+  }
+  const std::string f = s.text("e.irf", "500000 .5 2\n3 4\n1 1\n");
+  EXPECT_EQ(read_hrf(f).result, 0);
 }
 
 TEST_F(ResponseFunctions, ReadingAgainReplacesTheKernel) {
