@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "driver_support.h"
 #include "zor.h"
 
 namespace {
@@ -32,40 +33,14 @@ struct Options {
 };
 
 int parse(int argc, char **argv, Options &o) {
-  if (argc < 2) return 1;
-  o.control = argv[1];
-  for (int i = 2; i < argc; i++) {
-    std::string a = argv[i];
-    if (a == "--series" && i + 1 < argc) o.series = argv[++i];
-    else if (a == "--voxels" && i + 1 < argc) o.voxels = argv[++i];
-    else if (a == "--threads" && i + 1 < argc) o.threads = atoi(argv[++i]);
-    else if (a == "--fit") o.fit = 1;
-    else if (a == "--table") o.table = 1;
-    else if (a == "--describe") o.describe = 1;
-    else return 1;
-  }
-  return 0;
-}
-
-int read_series(const std::string &name, int ntime, std::vector<float> &values, int *nvoxels) {
-  FILE *fp = fopen(name.c_str(), "rb");
-  if (!fp) {
-    printf("Error: cannot open the series file %s.\n", name.c_str());
-    return 1;
-  }
-  fseek(fp, 0, SEEK_END);
-  long bytes = ftell(fp);
-  rewind(fp);
-  if (ntime < 1 || bytes % ((long)sizeof(float) * ntime) != 0) {
-    printf("Error: the series file %s does not hold whole series of %d points.\n", name.c_str(), ntime);
-    fclose(fp);
-    return 1;
-  }
-  *nvoxels = (int)(bytes / ((long)sizeof(float) * ntime));
-  values.resize((size_t)*nvoxels * ntime);
-  size_t n = fread(values.data(), sizeof(float), values.size(), fp);
-  fclose(fp);
-  return n == values.size() ? 0 : 1;
+  return parse_driver_arguments(
+      argc, argv, &o.control, {"--series", "--voxels", "--threads"},
+      [&](const std::string &a, const char *v) {
+        if (a == "--series") o.series = v;
+        else if (a == "--voxels") o.voxels = v;
+        else o.threads = atoi(v);
+      },
+      {{"--fit", &o.fit}, {"--table", &o.table}, {"--describe", &o.describe}});
 }
 
 // The data files, concatenated along time, as voxel series.
@@ -120,7 +95,7 @@ int main(int argc, char **argv) {
   std::vector<float> values;
   int nvoxels = 0;
   if (!o.series.empty()) {
-    if (read_series(o.series, ntime, values, &nvoxels)) return 1;
+    if (read_series_file(o.series, ntime, values, &nvoxels)) return 1;
   } else if (load_files(values, &nvoxels)) {
     return 1;
   }

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "driver_support.h"
 #include "zor.h"
 
 namespace {
@@ -33,21 +34,16 @@ struct Options {
 };
 
 int parse(int argc, char **argv, Options &o) {
-  if (argc < 2) return 1;
-  o.control = argv[1];
-  for (int i = 2; i < argc; i++) {
-    std::string a = argv[i];
-    if (a == "--sigma2" && i + 1 < argc) o.sigma2 = strtof(argv[++i], nullptr);
-    else if (a == "--sigma2-map" && i + 1 < argc) o.sigma2_map = argv[++i];
-    else if (a == "--voxels" && i + 1 < argc) o.voxels = argv[++i];
-    else if (a == "--conditions" && i + 1 < argc) o.conditions = argv[++i], o.has_conditions = 1;
-    else if (a == "--resels" && i + 1 < argc) o.resels = atoi(argv[++i]);
-    else if (a == "--all-matrices") o.all_matrices = 1;
-    else if (a == "--design") o.design = 1;
-    else if (a == "--variance") o.variance = 1;
-    else return 1;
-  }
-  return 0;
+  return parse_driver_arguments(
+      argc, argv, &o.control, {"--sigma2", "--sigma2-map", "--voxels", "--conditions", "--resels"},
+      [&](const std::string &a, const char *v) {
+        if (a == "--sigma2") o.sigma2 = strtof(v, nullptr);
+        else if (a == "--sigma2-map") o.sigma2_map = v;
+        else if (a == "--voxels") o.voxels = v;
+        else if (a == "--conditions") o.conditions = v, o.has_conditions = 1;
+        else o.resels = atoi(v);
+      },
+      {{"--all-matrices", &o.all_matrices}, {"--design", &o.design}, {"--variance", &o.variance}});
 }
 
 // The measurement files, one after another along time, with the number of

@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "driver_support.h"
 #include "zor.h"
 
 namespace {
@@ -38,26 +39,20 @@ struct Options {
 };
 
 int parse(int argc, char **argv, Options &o) {
-  if (argc < 2) return 1;
-  o.control = argv[1];
-  for (int i = 2; i < argc; i++) {
-    std::string a = argv[i];
-    if (a == "--series" && i + 1 < argc) o.series = argv[++i];
-    else if (a == "--voxels" && i + 1 < argc) {
-      o.voxels = argv[++i];
-      o.have_voxels = 1;
-    } else if (a == "--parameters" && i + 1 < argc) o.parameters = argv[++i];
-    else if (a == "--frame" && i + 1 < argc) o.frame = atoi(argv[++i]);
-    else if (a == "--resels" && i + 1 < argc) o.resels = atof(argv[++i]);
-    else if (a == "--map" && i + 1 < argc) o.map_threads = atoi(argv[++i]);
-    else if (a == "--output" && i + 1 < argc) o.output = argv[++i];
-    else if (a == "--rounds" && i + 1 < argc) o.rounds = atoi(argv[++i]);
-    else if (a == "--inputs") o.inputs = 1;
-    else if (a == "--design") o.design = 1;
-    else if (a == "--region") o.region = 1;
-    else return 1;
-  }
-  return 0;
+  return parse_driver_arguments(
+      argc, argv, &o.control,
+      {"--series", "--voxels", "--parameters", "--frame", "--resels", "--map", "--output", "--rounds"},
+      [&](const std::string &a, const char *v) {
+        if (a == "--series") o.series = v;
+        else if (a == "--voxels") o.voxels = v, o.have_voxels = 1;
+        else if (a == "--parameters") o.parameters = v;
+        else if (a == "--frame") o.frame = atoi(v);
+        else if (a == "--resels") o.resels = atof(v);
+        else if (a == "--map") o.map_threads = atoi(v);
+        else if (a == "--output") o.output = v;
+        else o.rounds = atoi(v);
+      },
+      {{"--inputs", &o.inputs}, {"--design", &o.design}, {"--region", &o.region}});
 }
 
 void print_row(const char *label, const double *v, int n) {
@@ -174,27 +169,6 @@ int load_runs(std::vector<float> &values, int *nvoxels) {
   return 0;
 }
 
-int read_series(const std::string &name, int ntime, std::vector<float> &values, int *nvoxels) {
-  FILE *fp = fopen(name.c_str(), "rb");
-  if (!fp) {
-    printf("Error: cannot open the series file %s.\n", name.c_str());
-    return 1;
-  }
-  fseek(fp, 0, SEEK_END);
-  long bytes = ftell(fp);
-  rewind(fp);
-  if (ntime < 1 || bytes % ((long)sizeof(float) * ntime) != 0) {
-    printf("Error: the series file %s does not hold whole series of %d points.\n", name.c_str(), ntime);
-    fclose(fp);
-    return 1;
-  }
-  *nvoxels = (int)(bytes / ((long)sizeof(float) * ntime));
-  values.resize((size_t)*nvoxels * ntime);
-  size_t n = fread(values.data(), sizeof(float), values.size(), fp);
-  fclose(fp);
-  return n == values.size() ? 0 : 1;
-}
-
 int fit_map(const std::vector<float> &values, int nvoxels, const Options &o) {
   const int C = SRTM.ncoeff, L = SRTM.nconditions, per = C + 2 + 5 * L;
   std::vector<double> beta((size_t)nvoxels * C), s2(nvoxels), dof(nvoxels), stats((size_t)nvoxels * L * 5);
@@ -274,7 +248,7 @@ int main(int argc, char **argv) {
   std::vector<float> values;
   int nvoxels = 0;
   if (!o.series.empty()) {
-    if (read_series(o.series, SRTM.ntime, values, &nvoxels)) return 1;
+    if (read_series_file(o.series, SRTM.ntime, values, &nvoxels)) return 1;
   } else if (load_runs(values, &nvoxels)) {
     return 1;
   }
