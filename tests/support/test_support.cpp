@@ -163,3 +163,11 @@ ChildRun run_in_child(const std::function<int()> &body, int seconds, size_t memo
   run.out = text.substr(line_end + 1);
   return run;
 }
+
+Decoded decode_keyword_line(int (*decoder)(char *line), const std::string &line) {
+  std::string copy = line;
+  Decoded d{};
+  Captured c = capture_output([&] { d.result = decoder(copy.data()); });
+  d.out = c.out;
+  return d;
+}

@@ -23,6 +23,14 @@ struct Captured {
 };
 Captured capture_output(const std::function<void()> &body);
 
+// One line of a control file through an engine's keyword decoder (on a
+// copy, as the decoders cut their line up): what it returned and printed.
+struct Decoded {
+  int result;
+  std::string out;
+};
+Decoded decode_keyword_line(int (*decoder)(char *line), const std::string &line);
+
 // Runs the program's entry in process as far as its windows: DISPLAY is
 // removed for the call, and a run that ends only because no display can be
 // opened counts as a start that went through (exit_status -1), without the

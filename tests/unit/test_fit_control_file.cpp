@@ -10,18 +10,7 @@
 
 namespace {
 
-struct Decoded {
-  int result;
-  std::string out;
-};
-
-Decoded decode(const std::string &line) {
-  std::string copy = line;
-  Decoded d{};
-  Captured c = capture_output([&] { d.result = FITInternal_decode_keyword(copy.data()); });
-  d.out = c.out;
-  return d;
-}
+Decoded decode(const std::string &line) { return decode_keyword_line(FITInternal_decode_keyword, line); }
 
 class FitKeywords : public ::testing::Test {
  protected:

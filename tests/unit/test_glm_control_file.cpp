@@ -7,18 +7,7 @@
 
 namespace {
 
-struct Decoded {
-  int result;
-  std::string out;
-};
-
-Decoded decode(const std::string &line) {
-  std::string copy = line;
-  Decoded d{};
-  Captured c = capture_output([&] { d.result = GLMInternal_decode_keyword(copy.data()); });
-  d.out = c.out;
-  return d;
-}
+Decoded decode(const std::string &line) { return decode_keyword_line(GLMInternal_decode_keyword, line); }
 
 class ControlKeywords : public ::testing::Test {
  protected:

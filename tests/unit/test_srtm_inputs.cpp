@@ -12,18 +12,7 @@ namespace {
 
 using namespace srtm;
 
-struct Decoded {
-  int result;
-  std::string out;
-};
-
-Decoded decode(const std::string &line) {
-  std::string copy = line;
-  Decoded d{};
-  Captured c = capture_output([&] { d.result = SRTMInternal_decode_keyword(copy.data()); });
-  d.out = c.out;
-  return d;
-}
+Decoded decode(const std::string &line) { return decode_keyword_line(SRTMInternal_decode_keyword, line); }
 
 class PetKeywords : public ::testing::Test {
  protected:
