@@ -187,19 +187,11 @@ int FIT_read_control_file(int verbose, char *file_name) {
     printf("Error: cannot open the file %s.\n", file_name);
     return 1;
   }
-  char line[ZOR_LINE];
-  int line_number = 0;
-  while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (fit_line_is_blank(line)) continue;
-    line_number++;
-    const int result = FITInternal_decode_keyword(line);
-    if (result < 0) {
-      printf("Error reading line %d of file '%s':\n", line_number, file_name);
-      FITInternal_describe_format();
-      fclose(fp);
-      return 1;
-    }
-    if (result == 1) break;
+  int list_found;
+  if (read_control_keywords(fp, file_name, FITInternal_decode_keyword, fit_line_is_blank, FITInternal_describe_format,
+                            &list_found)) {
+    fclose(fp);
+    return 1;
   }
   const int failed = read_file_lines(fp);
   fclose(fp);

@@ -267,19 +267,11 @@ int GLM_read_control_file(char *file_name, int notify) {
     return 1;
   }
 
-  char line[ZOR_LINE];
-  int line_number = 0;
-  while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (is_blank_line(line)) continue;
-    line_number++;
-    int result = GLMInternal_decode_keyword(line);
-    if (result < 0) {
-      printf("Error reading line %d of file '%s':\n", line_number, file_name);
-      GLMInternal_describe_glm_format();
-      fclose(fp);
-      return 1;
-    }
-    if (result == 1) break;
+  int list_found;
+  if (read_control_keywords(fp, file_name, GLMInternal_decode_keyword, is_blank_line, GLMInternal_describe_glm_format,
+                            &list_found)) {
+    fclose(fp);
+    return 1;
   }
 
   glm_output_info = notify || GLM_input.notify;

@@ -23,6 +23,7 @@
 #include "zor_atomic_file.h"
 #include "zor_regular_file.h"
 #include "zor_startup.h"
+#include "zor_event_chars.h"
 #include "zor_glm.h"
 #include "zor_glm_actions.h"
 #include "zor_rem.h"

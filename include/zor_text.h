@@ -27,6 +27,13 @@ int is_blank_line(const char *line);
 // The text after a line's first word, past its white space: where a model
 // file's keyword line keeps its argument.
 char *argument_of(char *line);
+// The keyword lines at the head of a model's control file, each through
+// `decode` (blank lines, as is_blank tells them, skipped), up to the line
+// that starts the file's list (decode returns 1: *list_found is then 1) or
+// the end. A line decode refuses (below 0) is reported with its number,
+// followed by `describe`'s example of the format, and gives 1.
+int read_control_keywords(FILE *fp, const char *file_name, int (*decode)(char *line),
+                          int (*is_blank)(const char *line), void (*describe)(void), int *list_found);
 // Copies a line without its line end, cut to fit a ZOR_LINE buffer.
 void copy_without_line_end(char *destination, const char *source);
 

@@ -333,21 +333,11 @@ int REM_read_control_file(char *file_name) {
   }
   rewind(fp);
 
-  int line_number = 0, event_found = 0;
-  while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (rem_line_is_blank(line)) continue;
-    line_number++;
-    int result = REMInternal_decode_keyword(line);
-    if (result < 0) {
-      printf("Error reading line %d of file '%s':\n", line_number, file_name);
-      REMInternal_describe_rem_format();
-      fclose(fp);
-      return 1;
-    }
-    if (result == 1) {
-      event_found = 1;
-      break;
-    }
+  int event_found;
+  if (read_control_keywords(fp, file_name, REMInternal_decode_keyword, rem_line_is_blank,
+                            REMInternal_describe_rem_format, &event_found)) {
+    fclose(fp);
+    return 1;
   }
   if (!event_found) {
     printf("Error: the file %s defines no event.\n", file_name);

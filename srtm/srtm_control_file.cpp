@@ -228,19 +228,11 @@ int SRTM_read_control_file(int verbose, char *file_name) {
     printf("Error: cannot open the file %s.\n", file_name);
     return 1;
   }
-  char line[ZOR_LINE];
-  int line_number = 0;
-  while (get_line_with_comment(fp, line, ZOR_LINE)) {
-    if (srtm_line_is_blank(line)) continue;
-    line_number++;
-    int result = SRTMInternal_decode_keyword(line);
-    if (result < 0) {
-      printf("Error reading line %d of file '%s':\n", line_number, file_name);
-      SRTMInternal_describe_glm_format();
-      fclose(fp);
-      return 1;
-    }
-    if (result == 1) break;
+  int list_found;
+  if (read_control_keywords(fp, file_name, SRTMInternal_decode_keyword, srtm_line_is_blank,
+                            SRTMInternal_describe_glm_format, &list_found)) {
+    fclose(fp);
+    return 1;
   }
   int failed = read_run_lines(fp);
   fclose(fp);

@@ -5,6 +5,7 @@
 
 #include "srtm_internal.h"
 #include "zor_alloc.h"
+#include "zor_event_chars.h"
 #include "zor_exit.h"
 
 srtm_glm_struct SRTM;
@@ -168,26 +169,9 @@ void srtm_reset_inputs(void) {
   srtm_alloc.roi_dims_known = srtm_alloc.target_dims_known = 0;
 }
 
-int SRTM_EventNumberFromChar(char c) {
-  if (c >= '1' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'Z') return c - 'A' + 36;
-  if (c == ',') return -1;
-  return 0;
-}
+int SRTM_EventNumberFromChar(char c) { return event_number_from_char(c); }
 
-int SRTM_EventCharFromInteger(int event_number, char *c) {
-  if (event_number >= 1 && event_number <= 9) {
-    *c = (char)('0' + event_number);
-  } else if (event_number >= 10 && event_number <= 35) {
-    *c = (char)('a' + event_number - 10);
-  } else if (event_number >= 36 && event_number <= 61) {
-    *c = (char)('A' + event_number - 36);
-  } else {
-    return 1;
-  }
-  return 0;
-}
+int SRTM_EventCharFromInteger(int event_number, char *c) { return event_char_from_number(event_number, c); }
 
 char SRTM_EventChar(int event_number) {
   char c;
