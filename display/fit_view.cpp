@@ -21,17 +21,6 @@
 
 namespace {
 
-void set_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
-               const char *m3) {
-  t->color = color;
-  t->visible = visible ? 1 : 0;
-  t->XPosition = t->XSelectStart = x;
-  t->XSelectEnd = x + width;
-  snprintf(t->message1, sizeof t->message1, "%s", m1);
-  snprintf(t->message2, sizeof t->message2, "%s", m2);
-  snprintf(t->message3, sizeof t->message3, "%s", m3);
-}
-
 void add_map(const char *name) {
   const std::string file = std::string(name) + (FIT_input.nifti_output ? ".nii" : ".bfloat");
   add_image_file(&activation_files, file.c_str(), 0, 0);
@@ -163,7 +152,7 @@ void update_SelectText_FIT_TimeSeriesModel(SelectableText *SelectText) {
   SelectableText *t = SelectText;
   switch (t->FieldID) {
     case TEXTFIELD_DISPLAY_FULLFIT:
-      set_field(t, COLOR_CYAN, graph.type == 1, 450, 100, "Display fit or residue", " ",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1, 450, 100, "Display fit or residue", " ",
                 glm_model.iDisplay ? "Change to fit with click" : "Change to residue with click");
       strcpy(t->string, glm_model.iDisplay ? "Residue" : " fit ");
       break;
@@ -172,7 +161,7 @@ void update_SelectText_FIT_TimeSeriesModel(SelectableText *SelectText) {
       if (graph.iTime >= 0) split_graphX_into_file_and_location((float)graph.iTime, &file, &in_file);
       char where[128];
       snprintf(where, sizeof where, "for file %d and time point %d", file, in_file);
-      set_field(t, COLOR_WHITE, graph.type == 1 && glm_model.iDisplay == 0, 300, 100, "Display parameter values",
+      set_panel_field(t, COLOR_WHITE, graph.type == 1 && glm_model.iDisplay == 0, 300, 100, "Display parameter values",
                 where, "display parameter names and values");
       char name[ZOR_LINE] = "";
       if (FIT_get_number_output_parameters() < 1 || FIT_get_parameter_name(glm_model.iParameter, name)) {

@@ -15,18 +15,6 @@
 
 namespace {
 
-void set_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
-               const char *m3) {
-  t->color = color;
-  t->visible = visible ? 1 : 0;
-  t->XPosition = x;
-  t->XSelectStart = x;
-  t->XSelectEnd = x + width;
-  snprintf(t->message1, sizeof t->message1, "%s", m1);
-  snprintf(t->message2, sizeof t->message2, "%s", m2);
-  snprintf(t->message3, sizeof t->message3, "%s", m3);
-}
-
 std::string included_events(void) {
   std::string s;
   for (int j = 0; j < GLM.nevents; j++)
@@ -89,24 +77,24 @@ void update_SelectText_GLM_TimeSeriesModel(SelectableText *t) {
   char text[ZOR_LINE] = "";
   switch (t->FieldID) {
     case TEXTFIELD_GLM_CONDITIONS:
-      set_field(t, COLOR_CYAN, time_view, 325, 100, "Condition name, effect size, and", "st. dev. from GLM fit.",
+      set_panel_field(t, COLOR_CYAN, time_view, 325, 100, "Condition name, effect size, and", "st. dev. from GLM fit.",
                 "Use mouse to change conditions.");
       condition_text(text);
       break;
     case TEXTFIELD_GLM_INCLUDE: {
-      set_field(t, COLOR_CYAN, time_view, 200, 100, "Include a list of events in fit.",
+      set_panel_field(t, COLOR_CYAN, time_view, 200, 100, "Include a list of events in fit.",
                 "Select and then respond to prompt", "Data and fit will be adjusted");
       const std::string events = included_events();
       snprintf(text, sizeof text, events.empty() ? "include: " : "include: %s", events.c_str());
       break;
     }
     case TEXTFIELD_GLM_EXCLUDE:
-      set_field(t, COLOR_CYAN, time_view, 200, 100, "Exclude a list of events in fit.",
+      set_panel_field(t, COLOR_CYAN, time_view, 200, 100, "Exclude a list of events in fit.",
                 "Select and then respond to prompt", "Data and fit will be adjusted");
       snprintf(text, sizeof text, glm_model.residue_string[0] ? "exclude: %s" : "exclude: ", glm_model.residue_string);
       break;
     case TEXTFIELD_GLM_NEW_EVENT: {
-      set_field(t, COLOR_SKY, time_view, 325, 100, "Set an event ID for drawing.", "Select and enter event ID",
+      set_panel_field(t, COLOR_SKY, time_view, 325, 100, "Set an event ID for drawing.", "Select and enter event ID",
                 "at prompt. 1-9,a-z,A-Z ");
       char id = ' ';
       GLM_EventCharIDFromInteger(glm_model.event_number_active, &id);
@@ -114,33 +102,33 @@ void update_SelectText_GLM_TimeSeriesModel(SelectableText *t) {
       break;
     }
     case TEXTFIELD_GLM_NEW_SHAPE:
-      set_field(t, COLOR_SKY, time_view, 325, 100, "Set an event shape for drawing.",
+      set_panel_field(t, COLOR_SKY, time_view, 325, 100, "Set an event shape for drawing.",
                 "L/R buttons cycle through options", "('table' is like correlation)");
       strcpy(text, shape_label(glm_model.shape));
       break;
     case TEXTFIELD_GLM_BASELINE:
-      set_field(t, COLOR_CYAN, graph.type == 1, 500, 40, "Remove/reinstate GLM baseline", "Keyboard equivalent: b",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1, 500, 40, "Remove/reinstate GLM baseline", "Keyboard equivalent: b",
                 " ");
       strcpy(text, glm_model.baseline ? "base:y" : "base:n");
       break;
     case TEXTFIELD_GLM_NBASELINE:
-      set_field(t, COLOR_CYAN, graph.type == 1, 540, 40, "Define polynomial for baseline.",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1, 540, 40, "Define polynomial for baseline.",
                 "3 terms for DC + quadratic drift.", "Select and then respond to prompt");
       snprintf(text, sizeof text, "(%d)", GLM_get_nbaseline_terms());
       break;
     case TEXTFIELD_CHI2:
-      set_field(t, COLOR_GRAY, time_view, 700, 40, "Chi-squared per degree of freedom", "from GLM fit to data", " ");
+      set_panel_field(t, COLOR_GRAY, time_view, 700, 40, "Chi-squared per degree of freedom", "from GLM fit to data", " ");
       snprintf(text, sizeof text, "%5.2e", glm_model.chi2_dof);
       break;
     case TEXTFIELD_FREQ_BAND: {
-      set_field(t, COLOR_CYAN, freq_view, 300, 150, "Low and high frequency cutoffs.", "L/R mouse click to set", " ");
+      set_panel_field(t, COLOR_CYAN, freq_view, 300, 150, "Low and high frequency cutoffs.", "L/R mouse click to set", " ");
       float low, high;
       GLM_get_preGLM_frequency_band(&low, &high);
       snprintf(text, sizeof text, "band: %g to %g", low, high);
       break;
     }
     case TEXTFIELD_PHASE_SHIFT: {
-      set_field(t, COLOR_CYAN, freq_view, 300, 150, "Phase shift", "L/R mouse click to set", " ");
+      set_panel_field(t, COLOR_CYAN, freq_view, 300, 150, "Phase shift", "L/R mouse click to set", " ");
       float phase;
       GLM_get_preGLM_phase_shift(&phase);
       snprintf(text, sizeof text, "phase shift: %g", phase);
@@ -149,7 +137,7 @@ void update_SelectText_GLM_TimeSeriesModel(SelectableText *t) {
     case TEXTFIELD_GRAPH_UNITS: {
       const bool hidden = graph.type == 0 || graph.time_model == MODEL_REM || graph.time_model == MODEL_SRTM ||
                           graph.size.x < 150;
-      set_field(t, COLOR_WHITE, !hidden, (int)(graph.size.x * 0.45), 80, "Toggle between % or abs units",
+      set_panel_field(t, COLOR_WHITE, !hidden, (int)(graph.size.x * 0.45), 80, "Toggle between % or abs units",
                 "using mouse clicks", " ");
       strcpy(text, graph.units_percent ? " units: % " : " units: abs ");
       break;

@@ -13,15 +13,8 @@ namespace {
 
 void set(SelectableText *t, int x, int width, int color, bool visible, const char *label, const char *m1,
          const char *m2, const char *m3) {
-  t->XPosition = x;
-  t->XSelectStart = x;
-  t->XSelectEnd = x + width;
-  t->color = color;
-  t->visible = visible ? 1 : 0;
+  set_panel_field(t, color, visible, x, width, m1, m2, m3);
   snprintf(t->string, sizeof t->string, "%s", label);
-  snprintf(t->message1, sizeof t->message1, "%s", m1);
-  snprintf(t->message2, sizeof t->message2, "%s", m2);
-  snprintf(t->message3, sizeof t->message3, "%s", m3);
 }
 
 bool is_histogram(void) { return graph.type == 0 && graph.space_model == 0; }

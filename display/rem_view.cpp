@@ -79,17 +79,6 @@ bool graph_fits_files(void) {
   return REM.ntime > 0 && (graph.npoints == REM.ntime || graph.npoints / 2 == REM.ntime);
 }
 
-void set_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
-               const char *m3) {
-  t->color = color;
-  t->visible = visible ? 1 : 0;
-  t->XPosition = t->XSelectStart = x;
-  t->XSelectEnd = x + width;
-  snprintf(t->message1, sizeof t->message1, "%s", m1);
-  snprintf(t->message2, sizeof t->message2, "%s", m2);
-  snprintf(t->message3, sizeof t->message3, "%s", m3);
-}
-
 }  // namespace
 
 void rem_view_reset(void) {
@@ -275,7 +264,7 @@ void update_SelectText_REM_TimeSeriesModel(SelectableText *SelectText) {
   SelectableText *t = SelectText;
   switch (t->FieldID) {
     case TEXTFIELD_GLM_CONDITIONS: {
-      set_field(t, COLOR_CYAN, graph.type == 1 && !graph.freq_domain, 325, 50, "Condition name, effect size, and",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1 && !graph.freq_domain, 325, 50, "Condition name, effect size, and",
                 "st. dev. from REM/MEM fit.", "Use mouse to change conditions.");
       if (REM_get_nconditions() == 0) {
         strcpy(t->string, "no conditions");
@@ -294,7 +283,7 @@ void update_SelectText_REM_TimeSeriesModel(SelectableText *SelectText) {
       break;
     }
     case TEXTFIELD_GLM_BASELINE:
-      set_field(t, COLOR_CYAN, graph.type == 1 && REM_input.global_scaling, 450, 40, "Remove/reinstate GLM baseline",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1 && REM_input.global_scaling, 450, 40, "Remove/reinstate GLM baseline",
                 "Keyboard equivalent: b", " ");
       strcpy(t->string, " b ");
       break;

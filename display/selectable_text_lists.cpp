@@ -137,3 +137,14 @@ int CursorOnSelectableText_BelowGraphWindow(int ix_pos, int iy_pos) {
   if (!graph_list.tail) return 0;
   return hit_lower_rows(&graph.SelectText, ix_pos, iy_pos);
 }
+
+void set_panel_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
+                     const char *m3) {
+  t->color = color;
+  t->visible = visible ? 1 : 0;
+  t->XPosition = t->XSelectStart = x;
+  t->XSelectEnd = x + width;
+  snprintf(t->message1, sizeof t->message1, "%s", m1);
+  snprintf(t->message2, sizeof t->message2, "%s", m2);
+  snprintf(t->message3, sizeof t->message3, "%s", m3);
+}

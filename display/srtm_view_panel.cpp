@@ -15,17 +15,6 @@
 
 namespace {
 
-void set_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
-               const char *m3) {
-  t->color = color;
-  t->visible = visible ? 1 : 0;
-  t->XPosition = t->XSelectStart = x;
-  t->XSelectEnd = x + width;
-  snprintf(t->message1, sizeof t->message1, "%s", m1);
-  snprintf(t->message2, sizeof t->message2, "%s", m2);
-  snprintf(t->message3, sizeof t->message3, "%s", m3);
-}
-
 struct parameter_text {
   int code;
   const char *format;
@@ -55,7 +44,7 @@ void parameter_field(SelectableText *t) {
   const int code = glm_model.iParameter;
   const bool visible = graph.type == 1 && glm_model.iDisplay != 2 && glm_model.iDisplay != 3;
   if (code == -1) {
-    set_field(t, COLOR_PURPLE, visible, 300, 130, "Changing graph viewing option", "TAC, R1, tau2', BP, k2a",
+    set_panel_field(t, COLOR_PURPLE, visible, 300, 130, "Changing graph viewing option", "TAC, R1, tau2', BP, k2a",
               "display only TAC");
     snprintf(t->string, sizeof t->string, "%22s", "");
     return;
@@ -66,13 +55,13 @@ void parameter_field(SelectableText *t) {
   if (!p) p = &parameter_texts[2];
   double value = 0.0, error = 0.0;
   if (fitted() && shown_frame() < SRTM.ntime) value = SRTM_get_parameter_value(code, shown_frame(), &error);
-  set_field(t, p->color, visible, 300, 130, "Changing graph viewing option", "TAC, R1, tau2', BP, k2a", p->help);
+  set_panel_field(t, p->color, visible, 300, 130, "Changing graph viewing option", "TAC, R1, tau2', BP, k2a", p->help);
   snprintf(t->string, sizeof t->string, p->format, value, error);
 }
 
 void condition_field(SelectableText *t) {
   const bool visible = graph.type == 1 && glm_model.iDisplay != 2 && glm_model.iDisplay != 3;
-  set_field(t, COLOR_CYAN, visible, 450, 130, "Condition name, effect size, and SEM", "from GLM fit.",
+  set_panel_field(t, COLOR_CYAN, visible, 450, 130, "Condition name, effect size, and SEM", "from GLM fit.",
             "Use mouse to change conditions.");
   if (SRTM_get_nconditions() == 0) {
     strcpy(t->string, "no conditions");
@@ -94,7 +83,7 @@ void condition_field(SelectableText *t) {
 }
 
 void exclusion_field(SelectableText *t) {
-  set_field(t, COLOR_CYAN, graph.type == 1 && !graph.freq_domain, 200, 100, "Ignore data past some time point",
+  set_panel_field(t, COLOR_CYAN, graph.type == 1 && !graph.freq_domain, 200, 100, "Ignore data past some time point",
             "Select and then respond to prompt", "Data and fit will be adjusted");
   // The first showing says none; later ones list the run's exclusions.
   if (t->string[0] == '\0') {
@@ -161,7 +150,7 @@ void update_SelectText_SRTM_TimeSeriesModel(SelectableText *SelectText) {
   SelectableText *t = SelectText;
   switch (t->FieldID) {
     case TEXTFIELD_DISPLAY_FULLFIT:
-      set_field(t, COLOR_CYAN, graph.type == 1, 325, 100, "Display TAC or residue", " ",
+      set_panel_field(t, COLOR_CYAN, graph.type == 1, 325, 100, "Display TAC or residue", " ",
                 "Change to residue with click");
       snprintf(t->string, sizeof t->string, "%s", display_names[glm_model.iDisplay & 3]);
       break;

@@ -103,6 +103,11 @@ void new_selectable_graph_text(int yloc, int IDTag);
 // and a fresh start.
 void selectable_text_reset(void);
 
+// Places a field at x, width pixels wide (its click area too), with its
+// colour, whether it shows, and the three lines of its help message.
+void set_panel_field(SelectableText *t, int color, bool visible, int x, int width, const char *m1, const char *m2,
+                     const char *m3);
+
 // Creates the items of both lists once, then lays them out.
 void initialize_selectable_text(void);
 void initialize_common_selectable_text(void);
