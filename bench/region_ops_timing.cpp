@@ -14,36 +14,11 @@
 #include <string>
 #include <vector>
 
+#include "bench_files.h"
 #include "zor.h"
 #include "zor_overlay_edit.h"
 
 namespace {
-
-std::vector<float> load(const std::string &path, size_t n) {
-  std::vector<float> v(n);
-  FILE *fp = fopen(path.c_str(), "rb");
-  if (!fp || fread(v.data(), sizeof(float), n, fp) != n) {
-    fprintf(stderr, "cannot read %s\n", path.c_str());
-    exit(2);
-  }
-  fclose(fp);
-  return v;
-}
-
-void save(const std::string &path, const float *v, size_t n) {
-  FILE *fp = fopen(path.c_str(), "wb");
-  if (!fp || fwrite(v, sizeof(float), n, fp) != n) exit(2);
-  fclose(fp);
-}
-
-// Processor time of the calling thread, in milliseconds: on a shared
-// machine the wall clock also counts the time other programs hold the
-// processor.
-double now_ms() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return 1e3 * (double)t.tv_sec + 1e-6 * (double)t.tv_nsec;
-}
 
 double median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
@@ -80,7 +55,7 @@ int main(int argc, char **argv) {
   a.n3d = (int)n3d;
   a.nt = 1;
   allocate_stack_data(1, a.n3d, &a);
-  std::vector<float> map = load(dir + "/map.f32", n3d);
+  std::vector<float> map = bench_load(dir + "/map.f32", n3d);
   memcpy(a.Volume[0], map.data(), sizeof(float) * n3d);
   activation.stack = &a;
   activation.nmaps = 1;
@@ -97,40 +72,40 @@ int main(int argc, char **argv) {
   std::vector<double> t;
   for (int r = 0; r < rounds; r++) {
     mosaic.icross = seed3;
-    double t0 = now_ms();
+    double t0 = bench_thread_cpu_ms();
     grow_activated_region(0);
-    t.push_back(now_ms() - t0);
+    t.push_back(bench_thread_cpu_ms() - t0);
   }
-  save(dir + "/grown.f32", overlay_map.weight, n3d);
+  bench_save(dir + "/grown.f32", overlay_map.weight, n3d);
   printf("grow %.2f ms (%d voxels)\n", median(t), ovl_root.npts);
 
   // Dilation at distance 3 in 3-D.
-  std::vector<float> region = load(dir + "/region.f32", n3d);
+  std::vector<float> region = bench_load(dir + "/region.f32", n3d);
   std::vector<int16_t> binary(n3d);
   t.clear();
   for (int r = 0; r < rounds; r++) {
     for (size_t i = 0; i < n3d; i++) binary[i] = region[i] != 0.0f;
-    double t0 = now_ms();
+    double t0 = bench_thread_cpu_ms();
     erode_dilate_binary(1, 3, (int)n3d, binary.data());
-    t.push_back(now_ms() - t0);
+    t.push_back(bench_thread_cpu_ms() - t0);
   }
   std::vector<float> dilated(n3d);
   for (size_t i = 0; i < n3d; i++) dilated[i] = binary[i];
-  save(dir + "/dilated.f32", dilated.data(), n3d);
+  bench_save(dir + "/dilated.f32", dilated.data(), n3d);
   printf("dilate3 %.2f ms\n", median(t));
 
   // The cluster of a thresholded map around the seed.
-  std::vector<float> clusters = load(dir + "/clusters.f32", n3d);
+  std::vector<float> clusters = bench_load(dir + "/clusters.f32", n3d);
   t.clear();
   for (int r = 0; r < rounds; r++) {
     memcpy(overlay_map.weight, clusters.data(), sizeof(float) * n3d);
     update_root_overlay(1, 0);
     mosaic.icross = cluster_seed3;
-    double t0 = now_ms();
+    double t0 = bench_thread_cpu_ms();
     action_cluster_overlay();
-    t.push_back(now_ms() - t0);
+    t.push_back(bench_thread_cpu_ms() - t0);
   }
-  save(dir + "/cluster.f32", overlay_map.weight, n3d);
+  bench_save(dir + "/cluster.f32", overlay_map.weight, n3d);
   printf("cluster %.2f ms (%d voxels)\n", median(t), ovl_root.npts);
   return 0;
 }

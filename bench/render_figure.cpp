@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_files.h"
 #include "zor.h"
 #include "zor_colour.h"
 #include "zor_compose.h"
@@ -30,17 +31,11 @@ double cpu_ms() {
   return (double)t.tv_sec * 1000.0 + (double)t.tv_nsec / 1e6;
 }
 
-double now_ms() {
-  return std::chrono::duration<double, std::milli>(
-             std::chrono::steady_clock::now().time_since_epoch())
-      .count();
-}
-
 int time_rounds(void) {
   std::vector<double> times, cpu;
   picture_canvas canvas;
   for (int r = 0; r < rounds; r++) {
-    const double start = now_ms(), start_cpu = cpu_ms();
+    const double start = bench_wall_ms(), start_cpu = cpu_ms();
     choose_image_window_geometry(1 << 20, 1 << 20, 1);
     create_neighborhoods();
     update_color_scheme();
@@ -51,7 +46,7 @@ int time_rounds(void) {
       printf("Error: %s\n", error.c_str());
       return 1;
     }
-    times.push_back(now_ms() - start);
+    times.push_back(bench_wall_ms() - start);
     cpu.push_back(cpu_ms() - start_cpu);
   }
   std::vector<double> warm(times.begin() + 1, times.end());

@@ -16,32 +16,11 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench_files.h"
 #include "zor.h"
 #include "zor_overlay_edit.h"
 
 namespace {
-
-std::vector<float> load(const std::string &path, size_t n) {
-  std::vector<float> v(n);
-  FILE *fp = fopen(path.c_str(), "rb");
-  if (!fp || fread(v.data(), sizeof(float), n, fp) != n) {
-    fprintf(stderr, "cannot read %s\n", path.c_str());
-    exit(2);
-  }
-  fclose(fp);
-  return v;
-}
-
-void save(const std::string &path, const float *v, size_t n) {
-  FILE *fp = fopen(path.c_str(), "wb");
-  if (!fp || fwrite(v, sizeof(float), n, fp) != n) exit(2);
-  fclose(fp);
-}
-
-double now_ms() {
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch())
-      .count();
-}
 
 double median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
@@ -74,12 +53,12 @@ double time_fill(const std::string &dir, int n, float res, int rounds, const cha
   if (read_wire_file((dir + "/loop.wire").c_str(), &wire_root, 0)) exit(1);
   std::vector<double> t;
   for (int r = 0; r < rounds; r++) {
-    const double t0 = now_ms();
+    const double t0 = bench_wall_ms();
     fill_closed_wires();
-    t.push_back(now_ms() - t0);
+    t.push_back(bench_wall_ms() - t0);
   }
   const int iz = 15;
-  save(dir + "/" + out, overlay_map.weight + static_cast<size_t>(n) * n * iz, static_cast<size_t>(n) * n);
+  bench_save(dir + "/" + out, overlay_map.weight + static_cast<size_t>(n) * n * iz, static_cast<size_t>(n) * n);
   return median(t);
 }
 
@@ -97,7 +76,7 @@ int main(int argc, char **argv) {
   const size_t n3d = static_cast<size_t>(image_stack.n3d);
   std::vector<float> map(n3d, 0.0f);
   activation.fTractMap = map.data();
-  const std::vector<float> region = load(dir + "/region.f32", n3d);
+  const std::vector<float> region = bench_load(dir + "/region.f32", n3d);
   for (size_t i = 0; i < n3d; i++) overlay_map.weight[i] = region[i];
   update_root_overlay(1, 0);
   fflush(stdout);
@@ -110,11 +89,11 @@ int main(int argc, char **argv) {
   if (failed) return 1;
   std::vector<double> t;
   for (int r = 0; r < rounds; r++) {
-    const double t0 = now_ms();
+    const double t0 = bench_wall_ms();
     action_trace_tracts(0);
-    t.push_back(now_ms() - t0);
+    t.push_back(bench_wall_ms() - t0);
   }
-  save(dir + "/tractmap.f32", map.data(), n3d);
+  bench_save(dir + "/tractmap.f32", map.data(), n3d);
   activation.fTractMap = nullptr;
   printf("tractmap %.3f\n", median(t));
   printf("fill64 %.3f\n", time_fill(dir, 64, 3.0f, rounds, "fill64.f32"));
