@@ -13,8 +13,6 @@ Prints the median and the 95th percentile in milliseconds.
 """
 
 import os
-import shutil
-import statistics
 import struct
 import sys
 import tempfile
@@ -23,7 +21,7 @@ import numpy as np
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
 import zore2e as e2e  # noqa: E402
-import graph_kit as gk  # noqa: E402
+import click_timing as ct  # noqa: E402
 
 SHAPE = (64, 64, 32)
 RUN_LENGTH = 150
@@ -86,34 +84,9 @@ def voxel_pixel(x, y, k):
 
 def clicks(server, noise_model, rounds):
     work = tempfile.mkdtemp(prefix="zor-bench-glm-")
-    viewer = None
-    try:
-        write_study(work, noise_model)
-        viewer = e2e.Viewer(server, [e2e.program_path(), "-g", "study.ctl", "-N", "-z", str(ZOOM)], cwd=work)
-        w = viewer.window(r"zorview \(zoom = %d\).*" % ZOOM, timeout=120.0)
-        viewer.wait_event("Expose", timeout=60.0)
-        g = gk.open_graph(viewer, w)
-        server.run(["xdotool", "windowmove", str(g), "1250", "1000"])
-        times = []
-        for i in range(rounds):
-            x, y = voxel_pixel(10 + (i * 7) % 50, 8 + (i * 13) % 50, 10 + i % 12)
-            mark = viewer.click(w, x, y)
-            event = viewer.wait_event("ButtonRelease", after=mark, timeout=30.0)
-            if not event["graph"] & 1:
-                raise AssertionError("the click at (%d, %d) did not redraw the graph" % (x, y))
-            times.append(event["ms"])
-        return times
-    finally:
-        if viewer:
-            viewer.close()
-        shutil.rmtree(work, ignore_errors=True)
-
-
-def report(name, values):
-    values = sorted(values)
-    p95 = values[min(len(values) - 1, int(round(0.95 * (len(values) - 1))))]
-    print("%-44s n=%4d  median %7.3f ms  95th percentile %7.3f ms"
-          % (name, len(values), statistics.median(values), p95))
+    write_study(work, noise_model)
+    pixels = [voxel_pixel(10 + (i * 7) % 50, 8 + (i * 13) % 50, 10 + i % 12) for i in range(rounds)]
+    return ct.timed_clicks(server, ["-g", "study.ctl", "-N"], ZOOM, work, pixels)
 
 
 def main():
@@ -126,8 +99,8 @@ def main():
         server.stop()
     print("64x64x32x300 study (2 runs), 10 coefficients, 2 conditions, zoom 2, graph window open")
     print("(ms from the button release to the end of Update_Regions and XSync):")
-    report("click: fit, F, p and graph (OLS)", ols)
-    report("click: fit, F, p and graph (iterated WLS)", iwls)
+    ct.report("click: fit, F, p and graph (OLS)", ols)
+    ct.report("click: fit, F, p and graph (iterated WLS)", iwls)
 
 
 if __name__ == "__main__":

@@ -16,7 +16,6 @@ Prints the median and the 95th percentile in milliseconds.
 
 import os
 import shutil
-import statistics
 import sys
 import tempfile
 
@@ -24,7 +23,7 @@ import numpy as np
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
 import zore2e as e2e  # noqa: E402
-import graph_kit as gk  # noqa: E402
+import click_timing as ct  # noqa: E402
 
 ZOOM = 4
 DIPY_FILES = "/usr/lib/python3/dist-packages/dipy/data/files/"
@@ -95,37 +94,14 @@ def tensor_study(folder):
 
 def clicks(server, study, rounds):
     work = tempfile.mkdtemp(prefix="zor-bench-model-")
-    viewer = None
-    try:
-        options, shape = study(work)
-        viewer = e2e.Viewer(server, [e2e.program_path()] + options + ["-z", str(ZOOM)], cwd=work)
-        w = viewer.window(r"zorview \(zoom = %d\).*" % ZOOM, timeout=120.0)
-        viewer.wait_event("Expose", timeout=60.0)
-        g = gk.open_graph(viewer, w)
-        server.run(["xdotool", "windowmove", str(g), "1250", "1000"])
-        times = []
-        nx, ny = shape[0], shape[1]
-        for i in range(rounds):
-            # Voxels of the first slice, whose panel is the first one.
-            x, y = 1 + (i * 7) % (nx - 2), 1 + (i * 5) % (ny - 2)
-            px, py = ZOOM * (1 + x) + 1, 30 + ZOOM * (1 + ny - 1 - y) + 1
-            mark = viewer.click(w, px, py)
-            event = viewer.wait_event("ButtonRelease", after=mark, timeout=30.0)
-            if not event["graph"] & 1:
-                raise AssertionError("the click at (%d, %d) did not redraw the graph" % (px, py))
-            times.append(event["ms"])
-        return times
-    finally:
-        if viewer:
-            viewer.close()
-        shutil.rmtree(work, ignore_errors=True)
-
-
-def report(name, values):
-    values = sorted(values)
-    p95 = values[min(len(values) - 1, int(round(0.95 * (len(values) - 1))))]
-    print("%-44s n=%4d  median %7.3f ms  95th percentile %7.3f ms"
-          % (name, len(values), statistics.median(values), p95))
+    options, shape = study(work)
+    nx, ny = shape[0], shape[1]
+    pixels = []
+    for i in range(rounds):
+        # Voxels of the first slice, whose panel is the first one.
+        x, y = 1 + (i * 7) % (nx - 2), 1 + (i * 5) % (ny - 2)
+        pixels.append((ZOOM * (1 + x) + 1, 30 + ZOOM * (1 + ny - 1 - y) + 1))
+    return ct.timed_clicks(server, options, ZOOM, work, pixels)
 
 
 def main():
@@ -139,7 +115,7 @@ def main():
         server.stop()
     print("(ms from the button release to the end of Update_Regions and XSync, graph window open, zoom %d):" % ZOOM)
     for name, values in results:
-        report(name, values)
+        ct.report(name, values)
 
 
 if __name__ == "__main__":

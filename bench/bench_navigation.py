@@ -15,7 +15,6 @@ Prints the median and the 95th percentile in milliseconds.
 
 import os
 import shutil
-import statistics
 import struct
 import sys
 import tempfile
@@ -25,6 +24,7 @@ import numpy as np
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
 import zore2e as e2e  # noqa: E402
 import graph_kit as gk  # noqa: E402
+import click_timing as ct  # noqa: E402
 
 SHAPE = (128, 128, 40, 300)
 ZOOM = 2
@@ -101,25 +101,15 @@ def main():
 
         print("128x128x40x300 study, zoom 2, graph window open (ms from the event to the end")
         print("of Update_Regions and XSync):")
-        report("click: cross-hair and time course", clicks)
-        report("\"+\": next time point, whole mosaic", times)
-        report("\".\" \",\": next slice, whole mosaic", slices)
-        report("pointer motion with read-out", motions)
+        ct.report("click: cross-hair and time course", clicks)
+        ct.report("\"+\": next time point, whole mosaic", times)
+        ct.report("\".\" \",\": next slice, whole mosaic", slices)
+        ct.report("pointer motion with read-out", motions)
     finally:
         if viewer:
             viewer.close()
         server.stop()
         shutil.rmtree(work, ignore_errors=True)
-
-
-def report(name, values):
-    if not values:
-        print("%-40s no samples" % name)
-        return
-    values = sorted(values)
-    p95 = values[min(len(values) - 1, int(round(0.95 * (len(values) - 1))))]
-    print("%-40s n=%4d  median %7.3f ms  95th percentile %7.3f ms"
-          % (name, len(values), statistics.median(values), p95))
 
 
 if __name__ == "__main__":
