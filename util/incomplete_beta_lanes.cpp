@@ -168,6 +168,12 @@ void ibeta_many(double a, double b, int n, const double *x, double *out) {
   }
   Queue queues[3];
   for (int i = 0; i < n; i++) {
+    // A point that is no number gets the one-value function's own NaN: which
+    // NaN comes out depends on the order the processor meets the operands in.
+    if (x[i] != x[i]) {
+      out[i] = ibeta(a, b, x[i]);
+      continue;
+    }
     const IbetaCase c = ibeta_case(a, b, x[i]);
     if (c.kind == IBETA_VALUE) {
       out[i] = c.value;
